@@ -1,0 +1,15 @@
+#pragma once
+// State of the open catalogue.
+#include <memory>
+
+#include "catalogo/star_file.h"
+
+namespace tornel {
+
+struct CatalogState {
+    // The star file in force, open from the change of database to the next change or the end.
+    std::unique_ptr<StarFile> gCanalEstrellas = std::make_unique<StarFile>();
+    double gEstrellaRA = 0, gEstrellaDEC = 0;
+};
+
+}  // namespace tornel

@@ -1,0 +1,54 @@
+#include "catalogo/star_file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "core/numbers.h"
+
+namespace tornel {
+
+bool StarFile::Open(const std::string& path, int32_t recordLength) {
+    Close();
+    int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return false;
+    fd_ = fd;
+    recordLength_ = recordLength;
+    path_ = path;
+    return true;
+}
+
+void StarFile::Close() {
+    if (fd_ >= 0) ::close(fd_);
+    fd_ = -1;
+    path_.clear();
+}
+
+int64_t StarFile::Length() const {
+    struct stat st {};
+    if (fd_ < 0 || ::fstat(fd_, &st) != 0) return 0;
+    return static_cast<int64_t>(st.st_size);
+}
+
+int32_t StarFile::RecordCount() const {
+    if (recordLength_ <= 0) return 0;
+    return ToLong(static_cast<double>(Length()) / recordLength_);
+}
+
+bool StarFile::ReadRecord(int64_t n, void* dst) const {
+    if (fd_ < 0 || n < 1) return false;
+    auto* out = static_cast<char*>(dst);
+    off_t offset = static_cast<off_t>((n - 1) * recordLength_);
+    ssize_t want = recordLength_, got = 0;
+    while (got < want) {
+        ssize_t r = ::pread(fd_, out + got, static_cast<size_t>(want - got), offset + got);
+        if (r < 0 && errno == EINTR) continue;
+        if (r <= 0) return false;
+        got += r;
+    }
+    return true;
+}
+
+}  // namespace tornel

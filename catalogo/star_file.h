@@ -1,0 +1,35 @@
+#pragma once
+// The open star file: fixed-length records read by number, from 1.
+#include <cstdint>
+#include <string>
+
+namespace tornel {
+
+class StarFile {
+  public:
+    StarFile() = default;
+    StarFile(const StarFile&) = delete;
+    StarFile& operator=(const StarFile&) = delete;
+    ~StarFile() { Close(); }
+
+    // Opens read-only; false when the file cannot be opened.
+    bool Open(const std::string& path, int32_t recordLength);
+    // Closing a closed file does nothing.
+    void Close();
+    bool IsOpen() const { return fd_ >= 0; }
+    const std::string& Path() const { return path_; }
+    int32_t RecordLength() const { return recordLength_; }
+    // Length in bytes, as the file stands now.
+    int64_t Length() const;
+    // Length divided by the record length, rounded half to even.
+    int32_t RecordCount() const;
+    // Reads record n (from 1) into dst; false when the record lies beyond the end of the file.
+    bool ReadRecord(int64_t n, void* dst) const;
+
+  private:
+    int fd_ = -1;
+    int32_t recordLength_ = 0;
+    std::string path_;
+};
+
+}  // namespace tornel

@@ -1,0 +1,173 @@
+// tornel-cli: the program without a window.
+#include <signal.h>
+
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "consola/console_platform.h"
+#include "consola/timer_loop.h"
+#include "core/build_info.h"
+#include "core/numbers.h"
+#include "core/parametros.h"
+#include "core/startup.h"
+#include "resultados/resumen.h"
+
+namespace tornel {
+namespace {
+
+constexpr int kExitSolved = 0;
+constexpr int kExitNotSolved = 1;
+constexpr int kExitUsage = 2;
+
+const char* const kHelp = R"(Usage: tornel-cli [OPTIONS] [MODE [IMAGE [RA [DEC]]]]
+
+Tornel star-field solver without a window. It starts as the desktop program does: it reads the
+parameters of its program folder, checks the folders and the databases, then follows the command line.
+
+Command line (the same as the desktop program's):
+  (nothing)            print the start-up report and end
+  MODE                 0 to 7: set the image origin of the parameters and print the start-up report
+                       8: analyse the image of the parameters and end
+  8 IMAGE              analyse IMAGE (a path without blanks) and end
+  8 IMAGE RA           the same, searching around right ascension RA (degrees; brought into 0..360)
+  8 IMAGE RA DEC       the same, around RA and declination DEC (degrees)
+  Items after the fourth are ignored.
+
+Options:
+  --log[=FILE]   after an analysis write the search summary to FILE, or to
+                 tornel_yyyymmdd_hh_mm_ss.log in the mailbox folder of the parameters
+  --quiet        do not print the summary lines as they are added
+  --version      print the program and pixel library versions
+  --help         this text
+
+Program folder: $TORNEL_HOME when set, else $XDG_DATA_HOME/tornel, else ~/.local/share/tornel. It holds
+param.txt; it is created on the first start. A second program on the same folder ends at once.
+
+While an analysis runs, SIGINT (Ctrl-C) asks the search to stop; SIGTERM stops it and ends.
+
+Exit status: 0 solved; 1 not solved (or nothing to solve); 2 bad usage, no program folder, another
+program on the same folder, or folders and databases not found.
+)";
+
+struct Options {
+    bool help = false, version = false, quiet = false;
+    bool log = false;
+    std::string logPath;
+    std::vector<std::string> items;
+    std::string error;
+};
+
+Options ParseOptions(int argc, char** argv) {
+    Options o;
+    for (int i = 1; i < argc; ++i) {
+        std::string a = argv[i];
+        if (a == "--help" || a == "-h")
+            o.help = true;
+        else if (a == "--version")
+            o.version = true;
+        else if (a == "--quiet")
+            o.quiet = true;
+        else if (a == "--log")
+            o.log = true;
+        else if (a.rfind("--log=", 0) == 0)
+            o.log = true, o.logPath = a.substr(6);
+        else if (a.size() > 1 && a[0] == '-' && !IsNumeric(a))
+            o.error = "unknown option " + a;
+        else
+            o.items.push_back(a);
+    }
+    if (o.error.empty() && !o.items.empty()) {
+        if (!IsNumeric(o.items[0]) || TextToDouble(o.items[0]) < 0 || TextToDouble(o.items[0]) > 8)
+            o.error = "MODE must be a number from 0 to 8";
+        for (const auto& item : o.items)
+            if (item.find(' ') != std::string::npos) o.error = "items cannot hold blanks: " + item;
+    }
+    return o;
+}
+
+std::string Join(const std::vector<std::string>& items) {
+    std::string line;
+    for (const auto& item : items)
+        line += (line.empty() ? "" : " ") + item;
+    return line;
+}
+
+void StartUpReport(const Context& c, std::ostream& out) {
+    out << "Tornel " << TORNEL_VERSION_TEXT << ", pixel library " << c.gVersionDLL << "\n";
+    out << "Program folder: " << c.gCarpetaPrograma << "\n";
+    out << "Parameters: " << RutaParametros(c) << "\n";
+    out << "Stars folder: " << c.gCarpetaEstrellas << "\n";
+    out << "Distances folder: " << c.gCarpetaDistancias << "\n";
+    out << "Mailbox folder: " << c.gCarpetaMensajes << "\n";
+    if (!c.gBasesOK)
+        out << "Database: " << c.gBaseDatosPedida << ", folders or files missing";
+    else if (c.gCanalEstrellas->IsOpen())
+        out << "Database: " << c.gBaseDatos << ", " << c.gNumEstrellasBD << " stars in "
+            << c.gFicheroEstrellas;
+    else
+        out << "Database: none chosen (no param.txt names one)";
+    out << "\n\n" << InformeConfiguracion(c);
+}
+
+int Run(int argc, char** argv) {
+    Options o = ParseOptions(argc, argv);
+    if (o.help) {
+        std::cout << kHelp;
+        return kExitSolved;
+    }
+    if (!o.error.empty()) {
+        std::cerr << "tornel-cli: " << o.error << "\n\n" << kHelp;
+        return kExitUsage;
+    }
+    std::string home = CarpetaDelPrograma();
+    if (home.empty()) {
+        std::cerr << "tornel-cli: the program folder cannot be made; set TORNEL_HOME\n";
+        return kExitUsage;
+    }
+    InstanceLock lock;
+    if (!lock.Acquire(home)) return kExitUsage;
+
+    ConsolePlatform platform(std::cout, std::cerr);
+    platform.SetQuiet(o.quiet);
+    Context c(platform);
+    c.gCarpetaPrograma = home;
+    TimerLoop timers(c);
+    platform.SetEventHook([&] { timers.RunDue(); });
+    platform.SetSignalHandler([&](int signal) {
+        if (c.gAnalizando) c.gDetenerAnalisis = true;
+        if (signal == SIGTERM || !c.gAnalizando) c.mProgramaTerminado = true;
+    });
+
+    if (o.version) {
+        CompruebaDLL(c);
+        std::cout << "tornel-cli " << TORNEL_VERSION_TEXT << ", pixel library " << c.gVersionDLL << "\n";
+        return kExitSolved;
+    }
+    Form_Load(c, Join(o.items));
+    if (!c.gAnalizaYsale) {
+        StartUpReport(c, std::cout);
+        Form_Unload(c);
+        return c.gBasesOK ? kExitSolved : kExitUsage;
+    }
+    while (!c.mProgramaTerminado && timers.AnyEnabled()) {
+        platform.WaitForSignal(static_cast<int>(timers.UntilNextDue().count()));
+        timers.RunDue();
+    }
+    if (!platform.ResultLabel().empty()) std::cerr << platform.ResultLabel() << "\n";
+    if (o.log) {
+        std::string path = o.logPath.empty() ? c.gCarpetaMensajes + NombreFicheroLog(c) : o.logPath;
+        if (!SalvaResumen(c, path)) std::cerr << "tornel-cli: cannot write the log " << path << "\n";
+    }
+    bool basesOK = c.gBasesOK, solved = c.gHaySolucion;
+    Form_Unload(c);
+    if (!basesOK) return kExitUsage;
+    return solved ? kExitSolved : kExitNotSolved;
+}
+
+}  // namespace
+}  // namespace tornel
+
+int main(int argc, char** argv) {
+    return tornel::Run(argc, argv);
+}

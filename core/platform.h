@@ -1,0 +1,74 @@
+#pragma once
+// Everything the engine asks of a user interface. The window implements it with Qt, the console
+// program with standard streams, and tests with a recording platform. Texts are UTF-8.
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace tornel {
+
+enum class OverlayColour : uint8_t { Red, Blue, Green, Yellow, White, Cyan, Magenta };
+
+// What a file dialog is for: choosing a file to read or a name to write.
+enum class FileDialogKind : uint8_t { Open, Save };
+
+struct FileDialogRequest {
+    FileDialogKind kind = FileDialogKind::Open;
+    std::string title;
+    std::string filter;            // items separated by "|": "FITS images (*.fit)|*.fit|..."
+    std::string defaultExtension;  // without the point
+    std::string proposedName;
+};
+
+class Platform {
+  public:
+    virtual ~Platform() = default;
+
+    // A message box with one OK button.
+    virtual void MessageBox(const std::string& text) = 0;
+    // A yes/no question; a platform without a user answers `safeDefault`.
+    virtual bool AskYesNo(const std::string& text, const std::string& title, bool safeDefault) = 0;
+    // Window caption and the result label under the image.
+    virtual void SetTitle(const std::string& text) = 0;
+    virtual void SetResultLabel(const std::string& text) = 0;
+    // A line has just been appended to the search summary.
+    virtual void SummaryLineAdded(const std::string& /*line*/) {}
+    // Lets pending events run: clicks, timer ticks, calls of the automation service, signals.
+    virtual void DoEvents() = 0;
+    // File choice; empty when the user cancels.
+    virtual std::optional<std::string> ChooseFile(const FileDialogRequest& request) = 0;
+
+    // Busy pointer over the window and the image; menus locked during an analysis.
+    virtual void SetBusy(bool /*busy*/) {}
+    virtual void LockMenus(bool /*locked*/) {}
+    // Position and size of the main window, when there is one and it is not minimised.
+    virtual bool WindowGeometry(int& /*left*/, int& /*top*/, int& /*width*/, int& /*height*/) {
+        return false;
+    }
+    // Languages of menus and controls were changed.
+    virtual void ApplyLanguage() {}
+    // The parameters changed: the window shows them again.
+    virtual void ApplyParameters() {}
+
+    // Overlay drawing on the image, in display pixels with y growing downwards.
+    virtual void ClearOverlay() {}
+    virtual void DrawPoint(double /*x*/, double /*y*/, OverlayColour /*colour*/) {}
+    virtual void DrawCircle(double /*x*/, double /*y*/, double /*radius*/, OverlayColour /*colour*/,
+                            int /*lineWidth*/) {}
+    virtual void DrawText(double /*x*/, double /*y*/, const std::string& /*text*/, OverlayColour /*colour*/) {
+    }
+    virtual void DrawLine(double /*x1*/, double /*y1*/, double /*x2*/, double /*y2*/,
+                          OverlayColour /*colour*/) {}
+    // The analysis rectangle (display pixels) and its removal.
+    virtual void DrawRectangle(double /*x1*/, double /*y1*/, double /*x2*/, double /*y2*/) {}
+    virtual void ClearRectangle() {}
+
+    // The image in memory was (re)computed and should be shown again.
+    virtual void ImageChanged() {}
+
+    // The clock of the program, so that tests can fix it.
+    virtual std::chrono::system_clock::time_point Now() { return std::chrono::system_clock::now(); }
+};
+
+}  // namespace tornel

@@ -1,0 +1,363 @@
+#include "core/startup.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <clocale>
+#include <cstdlib>
+#include <filesystem>
+#include <vector>
+
+#include "catalogo/triangle_database.h"
+#include "core/build_info.h"
+#include "core/clock.h"
+#include "core/errors.h"
+#include "core/files.h"
+#include "core/numbers.h"
+#include "core/parametros.h"
+#include "imagen/pixel/tornel_pixel.h"
+#include "resultados/resumen.h"
+#include "resultados/status_files.h"
+
+namespace tornel {
+
+namespace fs = std::filesystem;
+
+std::string CarpetaDelPrograma() {
+    std::string folder;
+    if (const char* home = std::getenv("TORNEL_HOME"); home && *home) {
+        folder = home;
+    } else if (const char* xdg = std::getenv("XDG_DATA_HOME"); xdg && *xdg) {
+        folder = std::string(xdg) + "/tornel";
+    } else if (const char* user = std::getenv("HOME"); user && *user) {
+        folder = std::string(user) + "/.local/share/tornel";
+    } else {
+        return {};
+    }
+    // The default mailbox folder comes into being with the program folder.
+    std::error_code ec;
+    fs::create_directories(folder + "/messages", ec);
+    if (!FolderExists(folder)) return {};
+    if (folder.back() != '/') folder += '/';
+    return folder;
+}
+
+InstanceLock::~InstanceLock() {
+    if (fd_ >= 0) ::close(fd_);
+}
+
+bool InstanceLock::Acquire(const std::string& carpetaPrograma) {
+    std::string path = carpetaPrograma + "tornel.lock";
+    fd_ = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+    if (fd_ < 0) return false;
+    if (::flock(fd_, LOCK_EX | LOCK_NB) != 0) {
+        ::close(fd_);
+        fd_ = -1;
+        return false;
+    }
+    return true;
+}
+
+namespace {
+
+const char* const kMonths[] = {"JAN", "FEB", "MAR", "APR", "MAY", "JUN",
+                               "JUL", "AUG", "SEP", "OCT", "NOV", "DEC"};
+
+void SetBuildDates(Context& c) {
+    int month = std::atoi(TORNEL_BUILD_MONTH);
+    std::string mon = kMonths[(month + 11) % 12];
+    std::string day = TORNEL_BUILD_DAY, year = TORNEL_BUILD_YEAR;
+    c.gFechaCompilacion[0] = day + "-" + mon + "-" + year;
+    c.gFechaCompilacion[1] = day + "-" + mon + "-" + year;
+    c.gFechaCompilacion[2] = mon + "-" + day + "-" + year;
+}
+
+// Left-overs of a run that died while converting pictures.
+void DeleteLeftOvers(const std::string& folder) {
+    std::error_code ec;
+    for (const auto& entry : fs::directory_iterator(folder, ec)) {
+        std::string name = entry.path().filename().string();
+        auto endsWith = [&](const std::string& tail) {
+            return name.size() >= tail.size() &&
+                   name.compare(name.size() - tail.size(), tail.size(), tail) == 0;
+        };
+        if (entry.is_regular_file(ec) && (endsWith("_jpg2bmp.kkk") || endsWith("_bmpINV.kkk")))
+            fs::remove(entry.path(), ec);
+    }
+}
+
+// A file of the folder whose name matches without regard to case, as the databases were named on
+// systems that ignore case.
+bool DatabaseFileExists(const std::string& folder, const std::string& name) {
+    if (FileExists(folder + name)) return true;
+    std::error_code ec;
+    std::string wanted = ToLower(name);
+    for (const auto& entry : fs::directory_iterator(folder, ec))
+        if (ToLower(entry.path().filename().string()) == wanted && entry.is_regular_file(ec)) return true;
+    return false;
+}
+
+void FolderWarning(Context& c, const std::string& folder, const char* es, const char* fr, const char* en) {
+    AvisoIdioma(c, es + folder + " no existe. Actualice la opción 'Parámetros'.",
+                fr + folder + " n'existe pas. Mettez à jour l'option 'Paramètres'.",
+                en + folder + " does not exist. Update the 'Parameters' option.");
+}
+
+void ApplyDatabaseOneSettings(Context& c) {
+    c.gPrefijoDistancias = "Ani";
+    c.gFicheroEstrellas = "est.bin";
+    c.mLongitudRegistroEstrellas = 12;
+    c.gIdsFormatoGSC = true;
+    c.gIdsSonPosiciones = false;
+    c.gLadoMaximoGrados = 0.5;
+    c.gSeparacionMinima = 0.00667;
+    c.gSemiVentanaTriangulo = 0.00416;
+    c.gMaxSegmentos = 15000;
+    c.gMaxCandidatos = 15000;
+    c.gDistanciaCercaCentro = 10.0;
+    c.gDistanciaLejosCentro = 30.0;
+}
+
+void ApplyDatabaseTwoSettings(Context& c) {
+    c.gFicheroEstrellas = "estDEC_ID1x1g.bin";
+    c.gFicheroTriangulos = "tri2g02.bin";
+    c.mLongitudRegistroEstrellas = 16;
+    c.gIdsFormatoGSC = true;
+    c.gIdsSonPosiciones = true;
+    c.gLadoMaximoGrados = 3.0;
+    c.gSeparacionMinima = 0.1;
+    c.gSemiVentanaTriangulo = 0.0166;
+    c.gMaxSegmentos = 5000;
+    c.gMaxCandidatos = 5000;
+    c.gDistanciaCercaCentro = 10.0;
+    c.gDistanciaLejosCentro = 30.0;
+}
+
+bool OpenStarFile(Context& c) {
+    std::string path = c.gCarpetaEstrellas + c.gFicheroEstrellas;
+    if (!c.gCanalEstrellas->Open(path, c.mLongitudRegistroEstrellas)) Raise(kErrFileNotFound);
+    c.gNumEstrellasBD = c.gCanalEstrellas->RecordCount();
+    return true;
+}
+
+}  // namespace
+
+void InicializaVariables(Context& c) {
+    SetBuildDates(c);
+    // The program runs in the C locale: its decimal separator is the point.
+    const std::lconv* lc = std::localeconv();
+    c.gDecimalConComa = lc && lc->decimal_point && std::string(lc->decimal_point) != ".";
+    c.gPi = 3.1415927;
+    c.gGradosARadianes = c.gPi / 180.0;
+    c.gRadPorMinuto = c.gPi / 10800.0;
+    c.gRadianesAGrados = 180.0 / c.gPi;
+    c.gCoordenadasScript = false;
+    c.gMensajesDepuracion = false;
+    c.gAreaImagen = 0;
+    c.gCentroBusquedaRA = c.gCentroCombosRA;
+    c.gCentroBusquedaDEC = c.gCentroCombosDEC;
+    c.mSoloRecentrado = false;
+    c.gAnalizando = false;
+    c.mFinAnalisis = false;
+    c.gDetenerAnalisis = false;
+    c.gHaySolucion = false;
+    c.gImagenCargada = false;
+    c.gZonaCielo = 1;
+    double now = std::chrono::duration<double>(c.platform.Now().time_since_epoch()).count();
+    c.gUltimaFechaBuzon = now;
+    c.mFechaUltimoTxt = now;
+    c.mFechaUltimoMen = now;
+    c.mFechaUltimaImagen = now;
+}
+
+void CompruebaDLL(Context& c) {
+    int32_t answer = version();
+    if (answer != 150906)
+        AvisoIdioma(c, "Aviso: La versión de tornel.dll no es la correcta.",
+                    "Attention: la version de tornel.dll n'est pas correcte.",
+                    "Warning: not a correct tornel.dll version.");
+    std::string digits = "000" + std::to_string(answer);
+    digits = digits.substr(digits.size() - 6);
+    c.gVersionDLL = digits.substr(0, 2) + "/" + digits.substr(2, 2) + "/" + digits.substr(4, 2);
+}
+
+bool CompruebaCarpetas(Context& c) {
+    bool ok = true;
+    if (!FolderExists(c.gCarpetaMensajes)) {
+        FolderWarning(c, c.gCarpetaMensajes, "Aviso: La carpeta ", "Attention: Le dossier ",
+                      "Warning: The folder ");
+        ok = false;
+    }
+    if (!FolderExists(c.gCarpetaEstrellas)) {
+        FolderWarning(c, c.gCarpetaEstrellas, "Aviso: La carpeta de estrellas ",
+                      "Attention: Le dossier des étoiles ", "Warning: The Stars folder ");
+        ok = false;
+    }
+    if (!FolderExists(c.gCarpetaDistancias)) {
+        FolderWarning(c, c.gCarpetaDistancias, "Aviso: La carpeta de distancias ",
+                      "Attention: Le dossier des distances ", "Warning: The distances folder ");
+        ok = false;
+    }
+    return ok;
+}
+
+void CompruebaFicherosBDs(Context& c) {
+    auto test = [&](int base, int kind, const std::string& folder, const char* name) {
+        c.gFicherosBD[base][kind] = DatabaseFileExists(folder, name) ? 1 : 0;
+    };
+    test(1, kStarsFile, c.gCarpetaEstrellas, "est.bin");
+    test(1, kObjectsFile, c.gCarpetaEstrellas, "pgc.bin");
+    test(1, kDistancesFile, c.gCarpetaDistancias, "ani090.bin");
+    test(1, kPole000, c.gCarpetaDistancias, "pole000.bin");
+    test(1, kPole179, c.gCarpetaDistancias, "pole179.bin");
+    test(2, kStarsFile, c.gCarpetaEstrellas, "estDEC_ID1x1g.bin");
+    test(2, kObjectsFile, c.gCarpetaEstrellas, "pgc.bin");
+    test(2, kDistancesFile, c.gCarpetaDistancias, "tri2g02.bin");
+}
+
+void AvisosBD(Context& c, int base) {
+    if (base != 1 && base != 2) return;
+    const std::string& s = c.gCarpetaEstrellas;
+    const std::string& d = c.gCarpetaDistancias;
+    auto missing = [&](int kind) { return c.gFicherosBD[base][kind] != 1; };
+    auto stars = [&](const std::string& file) {
+        AvisoIdioma(c, "Aviso: No se encuentra la BD de estrellas " + s + file,
+                    "Attention: La BD pour les étoiles " + s + file + " n'a pas été trouvée",
+                    "Warning: Stars DataBase " + s + file + " not found");
+    };
+    if (base == 1) {
+        if (missing(kStarsFile)) stars("est.bin");
+    } else if (missing(kStarsFile)) {
+        stars("estDEC_ID1x1g.bin");
+    }
+    if (missing(kObjectsFile))
+        AvisoIdioma(c, "Aviso: No se encuentra la BD de objetos " + s + "pgc.bin",
+                    "Attention: La BD Objets DataBase " + s + "pgc.bin n'a pas été trouvée",
+                    "Warning: Objects DataBase " + s + "pgc.bin not found");
+    if (base == 1) {
+        if (missing(kDistancesFile))
+            AvisoIdioma(c, "Aviso: Faltan ficheros de la BD de distancias en " + d,
+                        "Attention: La BD distances n'est pas complète " + d,
+                        "Warning: The distances DataBase is not complete " + d);
+        for (auto [kind, file] : {std::pair{kPole000, "pole000.bin"}, std::pair{kPole179, "pole179.bin"}})
+            if (missing(kind))
+                AvisoIdioma(c, "Aviso: No se encuentra el fichero de la BD de distancias en " + d + file,
+                            "Attention: La BD distances n'est pas complète " + d + file,
+                            "Warning: The distances DataBase is not complete " + d + file);
+    } else if (missing(kDistancesFile)) {
+        AvisoIdioma(c, "Aviso: No se encuentra la BD " + d + "tri2g02.bin",
+                    "Attention: La BD " + d + "tri2g02.bin n'a pas été trouvée",
+                    "Warning: Triangles DataBase " + d + "tri2g02.bin not found");
+    }
+}
+
+bool CambioBaseDatos(Context& c, int actual, int pedida) {
+    if (actual == pedida) return true;
+    if (pedida != 1 && pedida != 2) return false;
+    if (c.gFicherosBD[pedida][kStarsFile] != 1 || c.gFicherosBD[pedida][kDistancesFile] != 1) return false;
+    c.gCanalEstrellas->Close();
+    if (pedida == 1) {
+        LiberaMemoriaBaseDatos(c);
+        ApplyDatabaseOneSettings(c);
+        OpenStarFile(c);
+        c.gBaseDatos = 1;
+    } else {
+        ApplyDatabaseTwoSettings(c);
+        OpenStarFile(c);
+        c.gBaseDatos = 2;
+        Tri_BaseDatosAmemoria(c);
+        c.gZonaCielo = 3;
+    }
+    return true;
+}
+
+void DespuesDeCargaParametros(Context& c) {
+    c.gImagenCargada = false;
+    CompruebaDLL(c);
+    if (CompruebaCarpetas(c)) {
+        CompruebaFicherosBDs(c);
+        AvisosBD(c, c.gBaseDatosPedida);
+    }
+    bool ok = false;
+    try {
+        ok = CambioBaseDatos(c, c.gBaseDatos, c.gBaseDatosPedida);
+    } catch (...) {
+        if (c.gMostrarAvisos) c.platform.MessageBox(ErrorReport(CurrentAsNumbered(), "CambioBaseDatos"));
+    }
+    c.gBasesOK = ok;
+    c.platform.ApplyParameters();
+}
+
+void ExtraeLineaComandos(Context& c, const std::string& linea) {
+    std::string text = Trim(linea);
+    if (text.empty()) return;
+    std::vector<std::string> items;
+    std::string::size_type start = 0;
+    while (true) {
+        auto blank = text.find(' ', start);
+        items.push_back(text.substr(start, blank == std::string::npos ? std::string::npos : blank - start));
+        if (blank == std::string::npos) break;
+        start = blank + 1;
+    }
+    if (!IsNumeric(items[0])) return;
+    double mode = RoundHalfEven(TextToDouble(items[0]));
+    if (mode >= 0 && mode <= 7) {
+        c.gOrigenImagen = static_cast<int16_t>(mode);
+        return;
+    }
+    if (mode != 8) return;
+    // Mode 8 alone analyses the image of the parameters and ends.
+    c.gAnalizaYsale = true;
+    if (items.size() < 2) return;
+    ExtraeNombreDeRuta(c, items[1]);
+    if (items.size() < 3 || !IsNumeric(items[2])) return;
+    double ra = TextToDouble(items[2]);
+    while (ra < 0)
+        ra += 360;
+    while (ra >= 360)
+        ra -= 360;
+    c.gCentroComandoRA = ra;
+    if (items.size() < 4 || !IsNumeric(items[3])) return;
+    c.gCentroComandoDEC = TextToDouble(items[3]);
+}
+
+void Form_Load(Context& c, const std::string& lineaComandos) {
+    try {
+        DeleteLeftOvers(c.gCarpetaPrograma);
+        InicializaVariables(c);
+        ParametrosPorDefecto(c);
+        std::string ruta = RutaParametros(c);
+        if (FileExists(ruta))
+            CargaParametros(c, ruta);
+        else
+            c.platform.MessageBox("The parameters file " + ruta +
+                                  " does not exist. Verify the values of the parameters.");
+        c.platform.ApplyLanguage();
+        CompruebaDLL(c);
+        if (CompruebaCarpetas(c)) {
+            CompruebaFicherosBDs(c);
+            AvisosBD(c, c.gBaseDatosPedida);
+        }
+        c.gBasesOK = CambioBaseDatos(c, 0, c.gBaseDatosPedida);
+        c.platform.ApplyParameters();
+        GrabaTornelSta(c, kEstadoEsperando);
+        ExtraeLineaComandos(c, lineaComandos);
+        if (c.gAnalizaYsale) c.timers.TimerAnalizaYsale.Enabled = true;
+    } catch (...) {
+        NumberedError e = CurrentAsNumbered();
+        c.platform.MessageBox("Err.Number: " + std::to_string(e.number()) + " FormPrincipalLoad");
+    }
+}
+
+void Form_Unload(Context& c) {
+    c.gCanalEstrellas->Close();
+    LiberaMemoriaBaseDatos(c);
+    GrabaParametros(c);
+}
+
+void PoneMenus(Context& c, bool habilitados) {
+    c.platform.LockMenus(!habilitados);
+}
+
+}  // namespace tornel

@@ -1,0 +1,125 @@
+#include "core/timers.h"
+
+#include "core/analisis.h"
+#include "core/numbers.h"
+#include "core/startup.h"
+#include "imagen/imagen.h"
+#include "resultados/resumen.h"
+#include "resultados/status_files.h"
+
+namespace tornel {
+
+namespace {
+
+const TimerBinding kTimers[] = {
+    {"TimerAnalizaYsale", &Timers::TimerAnalizaYsale, TimerAnalizaYsale_Timer},
+    {"TimerExtraer", &Timers::TimerExtraer, TimerExtraer_Timer},
+    {"TimerEventos", &Timers::TimerEventos, TimerEventos_Timer},
+    {"TimerAnalizaAmbitoVentanaElemental", &Timers::TimerAnalizaAmbitoVentanaElemental,
+     TimerAnalizaAmbitoVentanaElemental_Timer},
+    {"TimerAnalizaAmbitoZonaEsferica", &Timers::TimerAnalizaAmbitoZonaEsferica,
+     TimerAnalizaAmbitoZonaEsferica_Timer},
+    {"TimerAnalizaEnZonaGeneral", &Timers::TimerAnalizaEnZonaGeneral, TimerAnalizaEnZonaGeneral_Timer},
+    {"TimerAnalizaAmbito30x30gSinRotacion", &Timers::TimerAnalizaAmbito30x30gSinRotacion,
+     TimerAnalizaAmbito30x30gSinRotacion_Timer},
+};
+
+}  // namespace
+
+std::span<const TimerBinding> TimerTable() {
+    return kTimers;
+}
+
+void TimerAnalizaYsale_Timer(Context& c) {
+    c.timers.TimerAnalizaYsale.Enabled = false;
+    PoneTitulo(c, "TORNEL - " + c.gRutaImagen);
+    c.gImagenCargada = false;
+    AnalizaImagen(c);
+    DespuesDeAnalizaImagen(c);
+    c.mProgramaTerminado = true;
+}
+
+void TimerExtraer_Timer(Context& c) {
+    c.timers.TimerExtraer.Enabled = false;
+    if (c.gAnalizando || c.mRepintando) return;
+    c.gAreaImagen = c.mRectanguloActivo ? 1 : 0;
+    c.gAnalizando = true;
+    c.gUltimoError.clear();
+    PoneTitulo(c, "TORNEL");
+    PoneLabelResultado(c, "");
+    c.gInicioAnalisis = Ahora(c);
+    c.timers.TimerEventos.Enabled = true;
+    double inicio = Ahora(c);
+    c.mFinAnalisis = false;
+    PreparaNuevaImagen(c);
+    LabelResul(c, "Detener", "Arrêter", "Stop");
+    CargaImagen(c);
+    c.mSoloExtraer = true;
+    CalculaBrilloDeFondoYumbral(c);
+    c.platform.ImageChanged();
+    ExtraeEstrellas(c);
+    c.mSoloExtraer = false;
+    AvisoResulYresumen(c, "Extracción de estrellas terminada.", "Extraction des étoiles terminée.",
+                       "Star extraction finished.");
+    VisuTitulo(c, "Extracción de estrellas terminada.", "Extraction des étoiles terminée.",
+               "Star extraction finished.");
+    std::string t = FormatNumber(Ahora(c) - inicio, "0.0");
+    ParaResumen(c, "Tiempo de extracción = " + t, "Temps d'extraction = " + t,
+                "Stars extraction time = " + t);
+    if (!c.mFinAnalisis)
+        LabelResul(c, "Extracción de estrellas terminada.", "Extraction des étoiles terminée.",
+                   "Star extraction finished.");
+    if (c.gDetenerAnalisis) {
+        LabelResul(c, "Extracción interrumpida por el usuario.", "Extraction abandonnée par l'usager.",
+                   "Extraction interrupted by the user.");
+        c.gDetenerAnalisis = false;
+    }
+    ReportEndAndElapsed(c);
+    GrabaTornelPos(c);
+    GrabaTornelSta(c, kEstadoFinal);
+    c.timers.TimerEventos.Enabled = false;
+    if (c.events.AvisoTerminado) c.events.AvisoTerminado();
+    c.platform.SetBusy(false);
+    PoneMenus(c, true);
+    c.mFinAnalisis = false;
+    c.gAnalizando = false;
+    if (c.gOrigenImagen == 5 || c.gOrigenImagen == 6) {
+        c.timers.TimerBuzon.Enabled = true;
+        c.gInicioEspera = static_cast<float>(Ahora(c));
+    }
+}
+
+void TimerEventos_Timer(Context& c) {
+    double elapsed = Ahora(c) - c.gInicioAnalisis;
+    if (elapsed < 0) elapsed += 86400;
+    auto seconds = static_cast<int32_t>(RoundHalfEven(elapsed));
+    if (c.events.AvisoTiempo) c.events.AvisoTiempo(seconds);
+}
+
+void TimerAnalizaAmbitoVentanaElemental_Timer(Context& c) {
+    c.timers.TimerAnalizaAmbitoVentanaElemental.Enabled = false;
+    if (!c.mRepintando) AnalizaAmbitoVentanaElemental(c);
+}
+
+void TimerAnalizaAmbitoZonaEsferica_Timer(Context& c) {
+    c.timers.TimerAnalizaAmbitoZonaEsferica.Enabled = false;
+    if (c.gAnalizando || c.mRepintando) return;
+    c.gZonaCielo = 2;
+    AnalisisGeneral(c);
+}
+
+void TimerAnalizaEnZonaGeneral_Timer(Context& c) {
+    c.timers.TimerAnalizaEnZonaGeneral.Enabled = false;
+    if (c.gAnalizando || c.mRepintando) return;
+    AnalisisGeneral(c);
+}
+
+void TimerAnalizaAmbito30x30gSinRotacion_Timer(Context& c) {
+    c.timers.TimerAnalizaAmbito30x30gSinRotacion.Enabled = false;
+    if (c.mRepintando) return;
+    c.gZonaCielo = 4;
+    AnalizaImagen(c);
+    DespuesDeAnalizaImagen(c);
+}
+
+}  // namespace tornel

@@ -1,0 +1,27 @@
+#pragma once
+// The timer handlers of the main window. The engine keeps whether each timer is enabled; a front
+// end calls the handler of every enabled timer when its period has passed.
+#include <span>
+
+#include "core/context.h"
+
+namespace tornel {
+
+struct TimerBinding {
+    const char* name;
+    Timer Timers::*timer;
+    void (*handler)(Context&);
+};
+
+// Every timer with its handler, in the order a front end should test them.
+std::span<const TimerBinding> TimerTable();
+
+void TimerAnalizaYsale_Timer(Context& c);
+void TimerExtraer_Timer(Context& c);
+void TimerEventos_Timer(Context& c);
+void TimerAnalizaAmbitoVentanaElemental_Timer(Context& c);
+void TimerAnalizaAmbitoZonaEsferica_Timer(Context& c);
+void TimerAnalizaEnZonaGeneral_Timer(Context& c);
+void TimerAnalizaAmbito30x30gSinRotacion_Timer(Context& c);
+
+}  // namespace tornel

@@ -1,0 +1,24 @@
+#pragma once
+// State of what leaves the program: the solution, the summary and the window caption.
+#include <cstdint>
+#include <string>
+
+namespace tornel {
+
+struct ResultsState {
+    // The solution of the last analysis.
+    bool gHaySolucion = false;
+    int32_t gLadosSolucion = 0;
+    double gARJ2000 = 0, gDEJ2000 = 0;
+    double gARActual = 0, gDEActual = 0;
+    double mAnguloSolucion = 0;
+
+    // The search summary (lines end in CR LF), the caption in force and the developers' hook.
+    std::string mResumen;
+    std::string mTitulo = "TORNEL";
+    std::string mDebugTexto;
+    std::string mTextoLabelResultado;  // what the result label shows now
+    std::string mTituloActual;         // what the caption shows now
+};
+
+}  // namespace tornel

@@ -1,0 +1,14 @@
+// Stand-ins until the telescope and planetarium links land: neither answers.
+#include "telescopio/telescopio.h"
+
+namespace tornel {
+
+int LeeCentroBusquedaDeCartesDuCielDDE(Context&) {
+    return 1;
+}
+
+int LeeCoordenadasTelescopio(Context& c, double&, double&) {
+    return c.gTelescopioAscom.empty() ? 2 : 1;
+}
+
+}  // namespace tornel

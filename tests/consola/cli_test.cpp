@@ -1,0 +1,82 @@
+// tornel-cli as a user runs it: usage, start-up report, analyse-and-exit, single instance, exit codes.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <string>
+
+#include "core/startup.h"
+#include "tests/support/temp_folder.h"
+
+namespace tornel {
+namespace {
+
+using testing::TempFolder;
+
+struct Result {
+    int status = -1;
+    std::string out, err;
+};
+
+Result RunCli(const TempFolder& home, const std::string& args) {
+    std::string cli = std::string(TORNEL_BINARY_DIR) + "/consola/tornel-cli";
+    std::string command = "TORNEL_HOME='" + home.Path() + "' '" + cli + "' " + args + " >'" +
+                          home.File("out.txt") + "' 2>'" + home.File("err.txt") + "'";
+    int raw = std::system(command.c_str());
+    Result r;
+    r.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+    r.out = home.Read("out.txt");
+    r.err = home.Read("err.txt");
+    return r;
+}
+
+TEST(Cli, HelpAndBadUsage) {
+    TempFolder home;
+    Result help = RunCli(home, "--help");
+    EXPECT_EQ(help.status, 0);
+    EXPECT_NE(help.out.find("Usage: tornel-cli"), std::string::npos);
+    EXPECT_EQ(RunCli(home, "--frobnicate").status, 2);
+    EXPECT_EQ(RunCli(home, "analyse").status, 2);
+    EXPECT_EQ(RunCli(home, "12 x.fit").status, 2);
+}
+
+TEST(Cli, FirstStartReportsAndWritesTheParameters) {
+    TempFolder home;
+    Result r = RunCli(home, "");
+    EXPECT_EQ(r.status, 0);
+    EXPECT_NE(r.out.find("Program folder: " + home.Path()), std::string::npos);
+    EXPECT_NE(r.out.find("CONFIGURATION"), std::string::npos);
+    EXPECT_NE(r.err.find("does not exist. Verify the values of the parameters."), std::string::npos);
+    EXPECT_NE(home.Read("param.txt").find("         1----------job to do"), std::string::npos);
+    // The second start reads the file it left.
+    Result again = RunCli(home, "");
+    EXPECT_EQ(again.err.find("does not exist"), std::string::npos);
+}
+
+TEST(Cli, AnalysisWithMissingDatabasesEndsWithItsMessage) {
+    TempFolder home;
+    RunCli(home, "");
+    // Point the parameters at a database that is not there.
+    std::string params = home.Read("param.txt");
+    auto at = params.find("Database number\r\n");
+    ASSERT_NE(at, std::string::npos);
+    home.Write("param.txt", params);
+    Result r = RunCli(home, "--log=" + home.File("run.log") + " 8 " + home.File("m42.fit") + " 83.82 -5.39");
+    EXPECT_EQ(r.status, 2);
+    EXPECT_NE(r.out.find("DataBase not found or folder not found."), std::string::npos);
+    EXPECT_NE(r.err.find("Warning: Stars DataBase " + home.Path() + "est.bin not found"), std::string::npos);
+    EXPECT_NE(home.Read("run.log").find("DataBase not found or folder not found.\r\n"), std::string::npos);
+}
+
+TEST(Cli, SecondProgramOnTheSameFolderEndsSilently) {
+    TempFolder home;
+    InstanceLock held;
+    ASSERT_TRUE(held.Acquire(home.Path()));
+    Result r = RunCli(home, "");
+    EXPECT_EQ(r.status, 2);
+    EXPECT_EQ(r.out, "");
+    EXPECT_EQ(r.err, "");
+}
+
+}  // namespace
+}  // namespace tornel

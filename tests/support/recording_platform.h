@@ -1,0 +1,61 @@
+#pragma once
+// A platform for tests: records every message, caption, label and summary line, answers questions
+// and file dialogs from queues, and runs a hook in DoEvents.
+#include <chrono>
+#include <deque>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "core/platform.h"
+
+namespace tornel::testing {
+
+class RecordingPlatform : public Platform {
+  public:
+    void MessageBox(const std::string& text) override { messages.push_back(text); }
+    bool AskYesNo(const std::string& text, const std::string&, bool safeDefault) override {
+        questions.push_back(text);
+        if (answers.empty()) return safeDefault;
+        bool a = answers.front();
+        answers.pop_front();
+        return a;
+    }
+    void SetTitle(const std::string& text) override { titles.push_back(text); }
+    void SetResultLabel(const std::string& text) override { labels.push_back(text); }
+    void SummaryLineAdded(const std::string& line) override { summary.push_back(line); }
+    void DoEvents() override {
+        ++doEventsCalls;
+        if (onDoEvents) onDoEvents();
+    }
+    std::optional<std::string> ChooseFile(const FileDialogRequest& request) override {
+        dialogs.push_back(request);
+        if (chosenFiles.empty()) return std::nullopt;
+        auto f = chosenFiles.front();
+        chosenFiles.pop_front();
+        return f;
+    }
+    std::chrono::system_clock::time_point Now() override { return now ? now() : Platform::Now(); }
+
+    bool HasMessage(const std::string& text) const {
+        for (const auto& m : messages)
+            if (m == text) return true;
+        return false;
+    }
+    bool SummaryHas(const std::string& line) const {
+        for (const auto& s : summary)
+            if (s == line) return true;
+        return false;
+    }
+    std::string LastLabel() const { return labels.empty() ? std::string{} : labels.back(); }
+
+    std::vector<std::string> messages, questions, titles, labels, summary;
+    std::vector<FileDialogRequest> dialogs;
+    std::deque<bool> answers;
+    std::deque<std::string> chosenFiles;
+    std::function<void()> onDoEvents;
+    std::function<std::chrono::system_clock::time_point()> now;
+    int doEventsCalls = 0;
+};
+
+}  // namespace tornel::testing
