@@ -5,6 +5,8 @@
 #include <string_view>
 #include <utility>
 
+#include "core/numbers.h"
+
 namespace tornel {
 
 struct Context;
@@ -62,6 +64,17 @@ bool WithTrap(Context& c, std::string_view procedure, Body&& body) {
         ReportError(c, CurrentAsNumbered(), procedure);
         return false;
     }
+}
+
+// WithTrap for a numeric routine: a division by zero, an invalid operation or an overflow in the body
+// becomes the routine's error (11, 5 or 6), as if the operation itself had raised it.
+template <class Body>
+bool WithCheckedTrap(Context& c, std::string_view procedure, Body&& body) {
+    return WithTrap(c, procedure, [&] {
+        FpCheck fp;
+        std::forward<Body>(body)();
+        fp.Check();
+    });
 }
 
 }  // namespace tornel

@@ -1,0 +1,155 @@
+#include "astrometria/pair_geometry.h"
+
+#include <cmath>
+#include <utility>
+
+#include "astrometria/sky_vectors.h"
+#include "catalogo/star_catalogue.h"
+#include "core/errors.h"
+
+namespace tornel {
+
+namespace {
+
+struct SkyPoint {
+    double ra = 0, dec = 0;
+};
+
+// Reads a catalogue star; false when it reads as (0, 0), which is how a missing star is told.
+bool ReadStar(Context& c, int32_t estrella, SkyPoint& p) {
+    LeeCoordenadasEstrella(c, estrella);
+    p = {c.gEstrellaRA, c.gEstrellaDEC};
+    return !(p.ra == 0 && p.dec == 0);
+}
+
+// Midpoint geometry shared by both inclination routines.
+struct PairShape {
+    double d = 0;  // distance, radians
+    Vector3 m;     // unit vector of the midpoint
+    double x = 0;  // cosine of the angle at the midpoint between the pole and B
+};
+
+PairShape DistanceAndMidpoint(Vector3 a, Vector3 b) {
+    PairShape s;
+    Vector3 mid = 0.5 * (a + b);
+    s.m = (1 / Norm(mid)) * mid;
+    s.d = HalfChordAngle(a, b);
+    return s;
+}
+
+// Spherical cosine rule at M, between the pole and B; h is half the distance.
+double CosineAtMidpoint(Vector3 b, const PairShape& s) {
+    const Vector3 pole{0, 0, 1};
+    double h = s.d / 2;
+    double bb = HalfChordAngle(b, pole), mm = HalfChordAngle(s.m, pole);
+    return (std::cos(bb) - std::cos(h) * std::cos(mm)) / (std::sin(h) * std::sin(mm));
+}
+
+// acos(x) through the arc tangent, radians.
+double ArcCosineByTangent(double x) {
+    return std::atan(-x / std::sqrt(1 - x * x)) + 2 * std::atan(1.0);
+}
+
+}  // namespace
+
+double CalculaDistancia(Context& c, double ra1, double dec1, double ra2, double dec2) {
+    double answer = 0;
+    WithCheckedTrap(c, "CalculaDistancia", [&] {
+        Vector3 p1 = SkyVector(c, ra1, dec1), p2 = SkyVector(c, ra2, dec2);
+        double ns = Norm(p1 - p2), nc = Norm(p1 + p2);
+        double s = ns * ns / 4, k = nc * nc / 4;
+        // Antipodes answer 0, by decision.
+        answer = std::sqrt(k) == 0
+                     ? 0
+                     : FpCheck::Finite(2 * std::atan(std::sqrt(s) / std::sqrt(k)) * c.gRadianesAGrados);
+    });
+    return answer;
+}
+
+int32_t CalculaDistanciaDeCatalogo(Context& c, int32_t estrella1, int32_t estrella2) {
+    int32_t code = kParError;
+    WithCheckedTrap(c, "CalculaDistanciaDeCatalogo", [&] {
+        SkyPoint a, b;
+        if (!ReadStar(c, estrella1, a)) {
+            code = kParFaltaPrimera;
+            return;
+        }
+        if (!ReadStar(c, estrella2, b)) {
+            code = kParFaltaSegunda;
+            return;
+        }
+        Vector3 pa = SkyVector(c, a.ra, a.dec), pb = SkyVector(c, b.ra, b.dec);
+        c.gDistanciaAngular = FpCheck::Finite(HalfChordAngle(pa, pb) * c.gRadianesAGrados);
+        code = kParHecho;
+    });
+    return code;
+}
+
+int32_t CalculaAnguloEinclinacion_0a180_DeCatalogo(Context& c, int32_t estrella1, int32_t estrella2) {
+    int32_t code = kParError;
+    WithCheckedTrap(c, "CalculaAnguloEinclinacion_0a180_DeCatalogo", [&] {
+        SkyPoint a, b;
+        if (!ReadStar(c, estrella1, a)) {
+            code = kParFaltaPrimera;
+            return;
+        }
+        if (!ReadStar(c, estrella2, b)) {
+            code = kParFaltaSegunda;
+            return;
+        }
+        if (estrella1 == estrella2) {
+            c.gDistanciaAngular = 0;
+            c.gInclinacion = 0;
+            c.gDeclinacionMedia = a.dec;
+            code = kParHecho;
+            return;
+        }
+        // A west of B on the shorter way round.
+        if (std::fabs(a.ra - b.ra) <= 180 ? a.ra > b.ra : a.ra < b.ra) std::swap(a, b);
+        Vector3 va = SkyVector(c, a.ra, a.dec), vb = SkyVector(c, b.ra, b.dec);
+        PairShape s = DistanceAndMidpoint(va, vb);
+        c.gDistanciaAngular = s.d * c.gRadianesAGrados;
+        double x = CosineAtMidpoint(vb, s);
+        // Rounding past the pole's direction: the program's fixed 179, not 180.
+        if (1 - x * x < 0)
+            c.gInclinacion = b.dec <= a.dec ? 179 : 0;
+        else
+            c.gInclinacion = FpCheck::Finite(ArcCosineByTangent(x) * c.gRadianesAGrados);
+        c.gDeclinacionMedia = FpCheck::Finite(ArcSineByTangent(s.m.z) * c.gRadianesAGrados);
+        code = kParHecho;
+    });
+    return code;
+}
+
+int32_t CalculaAnguloEinclinacion_0a360_DeCoordenadas(Context& c, double ra1, double dec1, double ra2,
+                                                      double dec2) {
+    int32_t code = kParError;
+    WithCheckedTrap(c, "CalculaAnguloEinclinacion_0a360_DeCoordenadas", [&] {
+        Vector3 va = SkyVector(c, ra1, dec1), vb = SkyVector(c, ra2, dec2);
+        PairShape s = DistanceAndMidpoint(va, vb);
+        c.gDistanciaAngular = FpCheck::Finite(s.d * c.gRadianesAGrados);
+        if (c.gDistanciaAngular == 0) {
+            code = kParHecho;
+            return;
+        }
+        double x = CosineAtMidpoint(vb, s);
+        double inclinacion;
+        if (1 - x * x < 0)
+            inclinacion = dec2 <= dec1 ? 180 : 0;
+        else
+            inclinacion = ArcCosineByTangent(x) * c.gRadianesAGrados;
+        // Measured the other way round when the second point lies east of the first.
+        double gap = std::fabs(ra1 - ra2);
+        if ((gap < 180 && ra1 <= ra2) || (gap >= 180 && ra1 > ra2)) inclinacion = 360 - inclinacion;
+        c.gInclinacion = FpCheck::Finite(inclinacion);
+        // tan(d/2) from the in-radius of the triangle of sides 1, 1 and the chord.
+        double chord = Norm(va - vb);
+        double p = (chord + 2) / 2;
+        double r = std::sqrt((p - 1) * (p - 1) * (p - chord) / p);
+        c.gTanMediaDistancia = FpCheck::Finite(r / (p - chord));
+        code = kParHecho;
+    });
+    return code;
+}
+
+}  // namespace tornel
