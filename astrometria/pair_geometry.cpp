@@ -54,21 +54,21 @@ double ArcCosineByTangent(double x) {
 
 double CalculaDistancia(Context& c, double ra1, double dec1, double ra2, double dec2) {
     double answer = 0;
-    WithCheckedTrap(c, "CalculaDistancia", [&] {
+    WithCheckedTrap(c, "CalculaDistancia", [&](const FpCheck& fp) {
         Vector3 p1 = SkyVector(c, ra1, dec1), p2 = SkyVector(c, ra2, dec2);
         double ns = Norm(p1 - p2), nc = Norm(p1 + p2);
         double s = ns * ns / 4, k = nc * nc / 4;
         // Antipodes answer 0, by decision.
-        answer = std::sqrt(k) == 0
-                     ? 0
-                     : FpCheck::Finite(2 * std::atan(std::sqrt(s) / std::sqrt(k)) * c.gRadianesAGrados);
+        double d = std::sqrt(k) == 0 ? 0 : 2 * std::atan(std::sqrt(s) / std::sqrt(k)) * c.gRadianesAGrados;
+        fp.Check();
+        answer = FpCheck::Finite(d);
     });
     return answer;
 }
 
 int32_t CalculaDistanciaDeCatalogo(Context& c, int32_t estrella1, int32_t estrella2) {
-    int32_t code = kParError;
-    WithCheckedTrap(c, "CalculaDistanciaDeCatalogo", [&] {
+    int32_t code = kParHecho;
+    bool ok = WithCheckedTrap(c, "CalculaDistanciaDeCatalogo", [&](const FpCheck& fp) {
         SkyPoint a, b;
         if (!ReadStar(c, estrella1, a)) {
             code = kParFaltaPrimera;
@@ -79,15 +79,16 @@ int32_t CalculaDistanciaDeCatalogo(Context& c, int32_t estrella1, int32_t estrel
             return;
         }
         Vector3 pa = SkyVector(c, a.ra, a.dec), pb = SkyVector(c, b.ra, b.dec);
-        c.gDistanciaAngular = FpCheck::Finite(HalfChordAngle(pa, pb) * c.gRadianesAGrados);
-        code = kParHecho;
+        double d = HalfChordAngle(pa, pb) * c.gRadianesAGrados;
+        fp.Check();
+        c.gDistanciaAngular = FpCheck::Finite(d);
     });
-    return code;
+    return ok ? code : kParError;
 }
 
 int32_t CalculaAnguloEinclinacion_0a180_DeCatalogo(Context& c, int32_t estrella1, int32_t estrella2) {
-    int32_t code = kParError;
-    WithCheckedTrap(c, "CalculaAnguloEinclinacion_0a180_DeCatalogo", [&] {
+    int32_t code = kParHecho;
+    bool ok = WithCheckedTrap(c, "CalculaAnguloEinclinacion_0a180_DeCatalogo", [&](const FpCheck& fp) {
         SkyPoint a, b;
         if (!ReadStar(c, estrella1, a)) {
             code = kParFaltaPrimera;
@@ -101,55 +102,51 @@ int32_t CalculaAnguloEinclinacion_0a180_DeCatalogo(Context& c, int32_t estrella1
             c.gDistanciaAngular = 0;
             c.gInclinacion = 0;
             c.gDeclinacionMedia = a.dec;
-            code = kParHecho;
             return;
         }
         // A west of B on the shorter way round.
         if (std::fabs(a.ra - b.ra) <= 180 ? a.ra > b.ra : a.ra < b.ra) std::swap(a, b);
         Vector3 va = SkyVector(c, a.ra, a.dec), vb = SkyVector(c, b.ra, b.dec);
         PairShape s = DistanceAndMidpoint(va, vb);
-        c.gDistanciaAngular = s.d * c.gRadianesAGrados;
+        double distance = s.d * c.gRadianesAGrados;
         double x = CosineAtMidpoint(vb, s);
         // Rounding past the pole's direction: the program's fixed 179, not 180.
-        if (1 - x * x < 0)
-            c.gInclinacion = b.dec <= a.dec ? 179 : 0;
-        else
-            c.gInclinacion = FpCheck::Finite(ArcCosineByTangent(x) * c.gRadianesAGrados);
-        c.gDeclinacionMedia = FpCheck::Finite(ArcSineByTangent(s.m.z) * c.gRadianesAGrados);
-        code = kParHecho;
+        double inclination =
+            1 - x * x < 0 ? (b.dec <= a.dec ? 179 : 0) : ArcCosineByTangent(x) * c.gRadianesAGrados;
+        double meanDec = ArcSineByTangent(s.m.z) * c.gRadianesAGrados;
+        fp.Check();
+        c.gDistanciaAngular = FpCheck::Finite(distance);
+        c.gInclinacion = FpCheck::Finite(inclination);
+        c.gDeclinacionMedia = FpCheck::Finite(meanDec);
     });
-    return code;
+    return ok ? code : kParError;
 }
 
 int32_t CalculaAnguloEinclinacion_0a360_DeCoordenadas(Context& c, double ra1, double dec1, double ra2,
                                                       double dec2) {
-    int32_t code = kParError;
-    WithCheckedTrap(c, "CalculaAnguloEinclinacion_0a360_DeCoordenadas", [&] {
+    bool ok = WithCheckedTrap(c, "CalculaAnguloEinclinacion_0a360_DeCoordenadas", [&](const FpCheck& fp) {
         Vector3 va = SkyVector(c, ra1, dec1), vb = SkyVector(c, ra2, dec2);
         PairShape s = DistanceAndMidpoint(va, vb);
-        c.gDistanciaAngular = FpCheck::Finite(s.d * c.gRadianesAGrados);
-        if (c.gDistanciaAngular == 0) {
-            code = kParHecho;
-            return;
-        }
+        double distance = s.d * c.gRadianesAGrados;
+        fp.Check();
+        c.gDistanciaAngular = FpCheck::Finite(distance);
+        if (c.gDistanciaAngular == 0) return;
         double x = CosineAtMidpoint(vb, s);
-        double inclinacion;
-        if (1 - x * x < 0)
-            inclinacion = dec2 <= dec1 ? 180 : 0;
-        else
-            inclinacion = ArcCosineByTangent(x) * c.gRadianesAGrados;
+        double inclination =
+            1 - x * x < 0 ? (dec2 <= dec1 ? 180 : 0) : ArcCosineByTangent(x) * c.gRadianesAGrados;
         // Measured the other way round when the second point lies east of the first.
         double gap = std::fabs(ra1 - ra2);
-        if ((gap < 180 && ra1 <= ra2) || (gap >= 180 && ra1 > ra2)) inclinacion = 360 - inclinacion;
-        c.gInclinacion = FpCheck::Finite(inclinacion);
+        if ((gap < 180 && ra1 <= ra2) || (gap >= 180 && ra1 > ra2)) inclination = 360 - inclination;
         // tan(d/2) from the in-radius of the triangle of sides 1, 1 and the chord.
         double chord = Norm(va - vb);
         double p = (chord + 2) / 2;
         double r = std::sqrt((p - 1) * (p - 1) * (p - chord) / p);
-        c.gTanMediaDistancia = FpCheck::Finite(r / (p - chord));
-        code = kParHecho;
+        double tanHalf = r / (p - chord);
+        fp.Check();
+        c.gInclinacion = FpCheck::Finite(inclination);
+        c.gTanMediaDistancia = FpCheck::Finite(tanHalf);
     });
-    return code;
+    return ok ? kParHecho : kParError;
 }
 
 }  // namespace tornel
