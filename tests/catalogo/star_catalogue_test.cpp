@@ -104,17 +104,9 @@ TEST_F(StarFiles, CatalogueIdentifiers) {
     EXPECT_EQ(IdTrabajo_A_IdCatalogo(p.c, 2), "GSC 100 1");
 }
 
-TEST_F(StarFiles, ARecordWithoutNumberHasNoIdentifier) {
-    ASSERT_TRUE(p.UseDatabaseOne({{0, 1, 1}, {1992565, 2, 2}}));
-    EXPECT_EQ(IdTornel_A_IdCatalogo(p.c, 1), "?");
-    EXPECT_EQ(IdTornel_A_IdCatalogo(p.c, 2), "UA2 0075.00000001");
-}
-
 TEST(UsnoZones, RunningNumbersThroughTheZoneTable) {
-    EXPECT_EQ(ZonaUSNO_A_Texto(1), "UA2 0000.00000001");
     EXPECT_EQ(ZonaUSNO_A_Texto(1992564), "UA2 0000.01992564");
     EXPECT_EQ(ZonaUSNO_A_Texto(1992565), "UA2 0075.00000001");
-    EXPECT_EQ(ZonaUSNO_A_Texto(9182250), "UA2 0075.07189686");
     EXPECT_EQ(ZonaUSNO_A_Texto(412570882), "UA2 1125.00000001");
     EXPECT_EQ(ZonaUSNO_A_Texto(526280881), "UA2 1725.00795079");
     // Past the last zone: zone 0 with the number unchanged, on purpose.
