@@ -22,6 +22,13 @@ bool ReadStar(Context& c, int32_t estrella, SkyPoint& p) {
     return !(p.ra == 0 && p.dec == 0);
 }
 
+// Both stars of a pair: kParHecho, or the code of the first one missing.
+int32_t ReadPair(Context& c, int32_t estrella1, int32_t estrella2, SkyPoint& a, SkyPoint& b) {
+    if (!ReadStar(c, estrella1, a)) return kParFaltaPrimera;
+    if (!ReadStar(c, estrella2, b)) return kParFaltaSegunda;
+    return kParHecho;
+}
+
 // Midpoint geometry shared by both inclination routines.
 struct PairShape {
     double d = 0;  // distance, radians
@@ -70,14 +77,8 @@ int32_t CalculaDistanciaDeCatalogo(Context& c, int32_t estrella1, int32_t estrel
     int32_t code = kParHecho;
     bool ok = WithCheckedTrap(c, "CalculaDistanciaDeCatalogo", [&](const FpCheck& fp) {
         SkyPoint a, b;
-        if (!ReadStar(c, estrella1, a)) {
-            code = kParFaltaPrimera;
-            return;
-        }
-        if (!ReadStar(c, estrella2, b)) {
-            code = kParFaltaSegunda;
-            return;
-        }
+        code = ReadPair(c, estrella1, estrella2, a, b);
+        if (code != kParHecho) return;
         Vector3 pa = SkyVector(c, a.ra, a.dec), pb = SkyVector(c, b.ra, b.dec);
         double d = HalfChordAngle(pa, pb) * c.gRadianesAGrados;
         fp.Check();
@@ -90,14 +91,8 @@ int32_t CalculaAnguloEinclinacion_0a180_DeCatalogo(Context& c, int32_t estrella1
     int32_t code = kParHecho;
     bool ok = WithCheckedTrap(c, "CalculaAnguloEinclinacion_0a180_DeCatalogo", [&](const FpCheck& fp) {
         SkyPoint a, b;
-        if (!ReadStar(c, estrella1, a)) {
-            code = kParFaltaPrimera;
-            return;
-        }
-        if (!ReadStar(c, estrella2, b)) {
-            code = kParFaltaSegunda;
-            return;
-        }
+        code = ReadPair(c, estrella1, estrella2, a, b);
+        if (code != kParHecho) return;
         if (estrella1 == estrella2) {
             c.gDistanciaAngular = 0;
             c.gInclinacion = 0;

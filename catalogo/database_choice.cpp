@@ -26,32 +26,34 @@ std::string MatchingFile(const std::string& folder, const std::string& name) {
     return {};
 }
 
-void ApplyDatabaseOneSettings(Context& c) {
-    c.gPrefijoDistancias = "Ani";
-    c.gFicheroEstrellas = "est.bin";
-    c.mLongitudRegistroEstrellas = 12;
-    c.gIdsFormatoGSC = true;
-    c.gIdsSonPosiciones = false;
-    c.gLadoMaximoGrados = 0.5;
-    c.gSeparacionMinima = 0.00667;
-    c.gSemiVentanaTriangulo = 0.00416;
-    c.gMaxSegmentos = 15000;
-    c.gMaxCandidatos = 15000;
-    c.gDistanciaCercaCentro = 10.0;
-    c.gDistanciaLejosCentro = 30.0;
-}
+// The settings that belong to a database. Database 1 leaves the triangle file as it was, database 2
+// the prefix of the distance rings.
+struct DatabaseProfile {
+    const char* prefijoDistancias;  // nullptr: unchanged
+    const char* ficheroEstrellas;
+    const char* ficheroTriangulos;  // nullptr: unchanged
+    int32_t longitudRegistro;
+    bool idsSonPosiciones;
+    double ladoMaximoGrados, separacionMinima, semiVentanaTriangulo;
+    int32_t maxSegmentos;
+};
 
-void ApplyDatabaseTwoSettings(Context& c) {
-    c.gFicheroEstrellas = "estDEC_ID1x1g.bin";
-    c.gFicheroTriangulos = "tri2g02.bin";
-    c.mLongitudRegistroEstrellas = 16;
+constexpr DatabaseProfile kDatabaseOne{"Ani", "est.bin", nullptr, 12, false, 0.5, 0.00667, 0.00416, 15000};
+constexpr DatabaseProfile kDatabaseTwo{
+    nullptr, "estDEC_ID1x1g.bin", "tri2g02.bin", 16, true, 3.0, 0.1, 0.0166, 5000};
+
+void ApplyProfile(Context& c, const DatabaseProfile& d) {
+    if (d.prefijoDistancias) c.gPrefijoDistancias = d.prefijoDistancias;
+    c.gFicheroEstrellas = d.ficheroEstrellas;
+    if (d.ficheroTriangulos) c.gFicheroTriangulos = d.ficheroTriangulos;
+    c.mLongitudRegistroEstrellas = d.longitudRegistro;
     c.gIdsFormatoGSC = true;
-    c.gIdsSonPosiciones = true;
-    c.gLadoMaximoGrados = 3.0;
-    c.gSeparacionMinima = 0.1;
-    c.gSemiVentanaTriangulo = 0.0166;
-    c.gMaxSegmentos = 5000;
-    c.gMaxCandidatos = 5000;
+    c.gIdsSonPosiciones = d.idsSonPosiciones;
+    c.gLadoMaximoGrados = d.ladoMaximoGrados;
+    c.gSeparacionMinima = d.separacionMinima;
+    c.gSemiVentanaTriangulo = d.semiVentanaTriangulo;
+    c.gMaxSegmentos = d.maxSegmentos;
+    c.gMaxCandidatos = d.maxSegmentos;
     c.gDistanciaCercaCentro = 10.0;
     c.gDistanciaLejosCentro = 30.0;
 }
@@ -138,11 +140,11 @@ bool CambioBaseDatos(Context& c, int actual, int pedida) {
     c.gCanalEstrellas->Close();
     if (pedida == 1) {
         LiberaMemoriaBaseDatos(c);
-        ApplyDatabaseOneSettings(c);
+        ApplyProfile(c, kDatabaseOne);
         OpenStarFile(c);
         c.gBaseDatos = 1;
     } else {
-        ApplyDatabaseTwoSettings(c);
+        ApplyProfile(c, kDatabaseTwo);
         OpenStarFile(c);
         c.gBaseDatos = 2;
         Tri_BaseDatosAmemoria(c);
