@@ -29,11 +29,10 @@ double Determinant(Vector3 r1, Vector3 r2, Vector3 r3) {
 // shared determinant of the rows.
 Vector3 Cramer(Vector3 r1, Vector3 r2, Vector3 r3, Vector3 b, double det) {
     Vector3 c1{r1.x, r2.x, r3.x}, c2{r1.y, r2.y, r3.y}, c3{r1.z, r2.z, r3.z};
-    auto rows = [](Vector3 a, Vector3 bb, Vector3 cc) {
-        // Columns a, bb, cc back to rows.
+    auto ofColumns = [](Vector3 a, Vector3 bb, Vector3 cc) {
         return Determinant({a.x, bb.x, cc.x}, {a.y, bb.y, cc.y}, {a.z, bb.z, cc.z});
     };
-    return {rows(b, c2, c3) / det, rows(c1, b, c3) / det, rows(c1, c2, b) / det};
+    return {ofColumns(b, c2, c3) / det, ofColumns(c1, b, c3) / det, ofColumns(c1, c2, b) / det};
 }
 
 // The nine coefficients from three stars: for each sky component j, u_k . (C1j, C2j, C3j) = S_k,j.
@@ -69,7 +68,7 @@ void ImageToSky(Context& c, const PlateMatrix& plate, double x, double y) {
     Vector3 v = u.x * Row(plate, 1) + u.y * Row(plate, 2) + u.z * Row(plate, 3);
     double z = v.z / Norm(v);
     double dec = ArcSineByTangent(z);
-    double ra = c.mRAconvertida * c.gGradosARadianes;  // Vx and Vy both 0: the earlier value stays
+    double ra = 0;
     if (v.x == 0) {
         if (v.y > 0)
             ra = c.gPi / 2;
@@ -83,6 +82,7 @@ void ImageToSky(Context& c, const PlateMatrix& plate, double x, double y) {
             ra = v.y != 0 ? t + c.gPi : t;  // Vy exactly 0 here gives 0, not 180: kept as it always was
     }
     double decDeg = dec * c.gRadianesAGrados, raDeg = ra * c.gRadianesAGrados;
+    if (v.x == 0 && v.y == 0) raDeg = c.mRAconvertida;  // the pole at the pixel: the earlier value stays
     fp.Check();
     c.mDECconvertida = FpCheck::Finite(decDeg);
     c.mRAconvertida = FpCheck::Finite(raDeg);
