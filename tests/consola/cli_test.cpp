@@ -68,6 +68,23 @@ TEST(Cli, AnalysisWithMissingDatabasesEndsWithItsMessage) {
     EXPECT_NE(home.Read("run.log").find("DataBase not found or folder not found.\r\n"), std::string::npos);
 }
 
+TEST(Cli, AMissingRegionIndexIsRebuiltAtStartUp) {
+    TempFolder home;
+    // The default folders of the stars and the distances are the program folder itself.
+    std::string est;
+    for (int32_t region = 1; region <= 3; ++region)
+        for (int32_t v : {region * 100000 + 1, region * 1000000, -region * 1000000})
+            for (int i = 0; i < 4; ++i)
+                est.push_back(static_cast<char>((static_cast<uint32_t>(v) >> (8 * i)) & 0xFF));
+    home.Write("est.bin", est);
+    home.Write("ani090.bin", "");
+    Result r = RunCli(home, "");
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(r.err.find("The region.bin file has not be found."), std::string::npos);
+    EXPECT_NE(r.err.find("Wait... 97"), std::string::npos);
+    EXPECT_EQ(home.Read("region.bin").size(), 9537u * 20);
+}
+
 TEST(Cli, SecondProgramOnTheSameFolderEndsSilently) {
     TempFolder home;
     InstanceLock held;
