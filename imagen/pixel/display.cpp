@@ -1,4 +1,5 @@
 // Display levels: the span from black to white stretched over 0..255.
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 
@@ -10,7 +11,7 @@ inline uint32_t Level(double value, double factor, double negro) {
     double v = (value - negro) * factor;
     if (!(v > 0)) return 0;  // also NaN
     if (v >= 255) return 255;
-    return static_cast<uint32_t>(v);
+    return static_cast<uint32_t>(std::nearbyint(v));
 }
 
 }  // namespace

@@ -18,8 +18,10 @@ enum class Storage { Signed, Unsigned };
 inline int16_t Convert(unsigned char hi, unsigned char lo, Storage storage) {
     auto raw = static_cast<uint16_t>((hi << 8) | lo);
     if (storage == Storage::Signed) return static_cast<int16_t>(raw);
-    // Stored v means v + 32768 (0 to 65535); halved, it fits signed 16 bits and keeps its order.
-    return static_cast<int16_t>((raw ^ 0x8000u) >> 1);
+    // Stored v means u = v + 32768 (0 to 65535). Below 16384 u is kept as it is, so that faint data
+    // keeps its resolution; above, the rest of the range is compressed by 3 into 16384..32767.
+    uint32_t u = raw ^ 0x8000u;
+    return static_cast<int16_t>(u < 16384 ? u : 16384 + (u - 16384) / 3);
 }
 
 class Descriptor {

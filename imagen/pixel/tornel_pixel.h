@@ -11,8 +11,9 @@
 // Row y = 1 is the first row of the file; with invertida = 1 it is the last one, which mirrors the
 // image top to bottom.
 //
-// Brightness scale: FITS values as read, negative ones counted as 0; unsigned FITS data (BZERO 32768)
-// is halved on reading so that it fits signed 16 bits. BMP and JPG pixels give R + G + B (0 to 765).
+// Brightness scale: FITS values as read, negative ones counted as 0. Unsigned FITS data (BZERO 32768,
+// 0 to 65535) is kept as it is below 16384 and compressed by 3 above, so that it fits signed 16 bits
+// in the same order. BMP and JPG pixels give R + G + B (0 to 765).
 #include <stdint.h>
 
 #if defined(__GNUC__)
@@ -33,7 +34,8 @@ TORNEL_PIXEL_API int32_t version(void);
 // data does, 3 a bad argument (size below 1, negative offset, null pointer).
 TORNEL_PIXEL_API int32_t lee_fit_2(const char* ruta, int32_t desplazamiento, int16_t ancho, int16_t alto,
                                    int16_t* imagen, int16_t invertida);
-// The same for unsigned data stored with BZERO 32768: each value v becomes (v + 32768) / 2.
+// The same for unsigned data stored with BZERO 32768: u = v + 32768 is kept below 16384 and becomes
+// 16384 + (u - 16384) / 3 above.
 TORNEL_PIXEL_API int32_t lee_fit_con_signo_2(const char* ruta, int32_t desplazamiento, int16_t ancho,
                                              int16_t alto, int16_t* imagen, int16_t invertida);
 
