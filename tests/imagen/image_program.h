@@ -23,8 +23,9 @@ struct ImageProgram : TestProgram {
         c.gLadoMaximoGrados = 10;
     }
 
-    // CargaImagen of `path`; true when the image is in memory.
+    // CargaImagen of `path` as a new analysis does it; true when the image is in memory.
     bool Load(const std::string& path) {
+        c.mFinAnalisis = false;
         ExtraeNombreDeRuta(c, path);
         CargaImagen(c);
         return c.gImagenCargada && !c.mFinAnalisis;
