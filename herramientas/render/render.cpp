@@ -44,7 +44,8 @@ Image Render(const Field& field) {
     Image image;
     image.width = field.width;
     image.height = field.height;
-    const size_t n = static_cast<size_t>(std::max(field.width, 0)) * static_cast<size_t>(std::max(field.height, 0));
+    const size_t n =
+        static_cast<size_t>(std::max(field.width, 0)) * static_cast<size_t>(std::max(field.height, 0));
     image.counts.assign(n, static_cast<float>(field.sky));
     if (field.noise > 0) {
         std::mt19937 random(field.seed);
@@ -58,8 +59,8 @@ Image Render(const Field& field) {
         Star at = Placed(field, Star{static_cast<double>(h.x), static_cast<double>(h.y), 0});
         auto y = static_cast<int32_t>(at.y);
         if (h.x < 1 || h.x > field.width || y < 1 || y > field.height) continue;
-        image.counts[static_cast<size_t>(y - 1) * static_cast<size_t>(field.width) + static_cast<size_t>(h.x - 1)] +=
-            static_cast<float>(h.value);
+        image.counts[static_cast<size_t>(y - 1) * static_cast<size_t>(field.width) +
+                     static_cast<size_t>(h.x - 1)] += static_cast<float>(h.value);
     }
     return image;
 }
@@ -68,7 +69,8 @@ std::vector<Star> Truth(const Field& field) {
     std::vector<Star> truth;
     for (const Star& s : field.stars)
         truth.push_back(Placed(field, s));
-    std::stable_sort(truth.begin(), truth.end(), [](const Star& a, const Star& b) { return a.flux > b.flux; });
+    std::stable_sort(truth.begin(), truth.end(),
+                     [](const Star& a, const Star& b) { return a.flux > b.flux; });
     return truth;
 }
 
@@ -81,8 +83,9 @@ std::vector<Star> RandomStars(int32_t count, int32_t width, int32_t height, doub
     double flux = brightest;
     for (int attempts = 0; static_cast<int32_t>(stars.size()) < count && attempts < 100000; ++attempts) {
         Star s{ux(random), uy(random), flux};
-        bool clear = std::all_of(stars.begin(), stars.end(),
-                                 [&](const Star& o) { return std::hypot(o.x - s.x, o.y - s.y) >= separation; });
+        bool clear = std::all_of(stars.begin(), stars.end(), [&](const Star& o) {
+            return std::hypot(o.x - s.x, o.y - s.y) >= separation;
+        });
         if (!clear) continue;
         stars.push_back(s);
         flux /= ratio;

@@ -147,7 +147,8 @@ bool WriteJpg(const std::string& path, const Image& image, int quality, bool col
         const float* src = RowFromTop(image, static_cast<int32_t>(info.next_scanline));
         for (size_t x = 0; x < static_cast<size_t>(image.width); ++x)
             for (int k = 0; k < info.input_components; ++k)
-                row[x * static_cast<size_t>(info.input_components) + static_cast<size_t>(k)] = Byte(src[x], scale);
+                row[x * static_cast<size_t>(info.input_components) + static_cast<size_t>(k)] =
+                    Byte(src[x], scale);
         JSAMPROW rows[1] = {row.data()};
         jpeg_write_scanlines(&info, rows, 1);
     }

@@ -88,7 +88,8 @@ TEST(Cli, AnalysisExtractsAndListsTheSelectedStars) {
     render::Field field;
     field.width = 500, field.height = 400, field.psfSigma = 2.5;
     field.stars = render::RandomStars(8, 500, 400, 30, 60, 250000, 350000, 5);
-    ASSERT_TRUE(render::WriteFits(home.File("field.fit"), render::Render(field), render::FitsStorage::Unsigned));
+    ASSERT_TRUE(
+        render::WriteFits(home.File("field.fit"), render::Render(field), render::FitsStorage::Unsigned));
     Result r = RunCli(home, "8 " + home.File("field.fit"));
     EXPECT_EQ(r.status, 1);
     EXPECT_NE(r.out.find("Size: 500x400 pixels."), std::string::npos);

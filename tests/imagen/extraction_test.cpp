@@ -26,8 +26,8 @@ render::Field StarField(uint32_t seed, int32_t width = 640, int32_t height = 480
 
 // Each selected star lies within half a pixel of a true star, and they are the brightest ones in
 // order.
-void ExpectBrightestTrueStars(const std::vector<EstrellaImagen>& stars, const std::vector<render::Star>& truth,
-                              size_t wanted) {
+void ExpectBrightestTrueStars(const std::vector<EstrellaImagen>& stars,
+                              const std::vector<render::Star>& truth, size_t wanted) {
     ASSERT_EQ(stars.size(), wanted);
     for (size_t i = 0; i < stars.size(); ++i) {
         size_t k = 0;
@@ -48,7 +48,6 @@ TEST(Extraction, AutomaticThresholdSelectsTheBrightestStarsOfAFits) {
     EXPECT_GE(p.c.mNumContornos, 20);
     EXPECT_LE(p.c.mNumContornos, 30);
 }
-
 
 // Levels of the 8-bit files: the brightest star peaks just below 255.
 constexpr double kEightBit = 245.0 / 20000;
@@ -89,7 +88,8 @@ TEST_F(SameField, ReversedPicturesGiveTheMirroredStars) {
     render::Field mirrored = field;
     mirrored.mirror = true;
     render::Image image = render::Render(mirrored);
-    std::string fit = p.home.File("mirror.fit"), bmp = p.home.File("mirror.bmp"), jpg = p.home.File("mirror.jpg");
+    std::string fit = p.home.File("mirror.fit"), bmp = p.home.File("mirror.bmp"),
+                jpg = p.home.File("mirror.jpg");
     ASSERT_TRUE(render::WriteFits(fit, image, render::FitsStorage::Unsigned));
     ASSERT_TRUE(render::WriteBmp(bmp, image, 24, render::BmpRows::TopDown, kEightBit));
     ASSERT_TRUE(render::WriteJpg(jpg, image, 95, false, kEightBit));
@@ -111,9 +111,10 @@ TEST_F(SameField, FixedThresholdAndHotPixels) {
     ASSERT_TRUE(p.Load(fit));
     p.c.gUmbral = 0.02;
     ExpectBrightestTrueStars(p.Extract(), truth, 10);
-    EXPECT_TRUE(p.platform.SummaryHas("Background brightness = " + std::to_string(p.c.mBrilloFondo) +
-                                      " Maximal brightness = " + std::to_string(p.c.gBrilloMaximo) +
-                                      "  Initial threshold brightness = " + std::to_string(p.c.mBrilloUmbral)));
+    EXPECT_TRUE(
+        p.platform.SummaryHas("Background brightness = " + std::to_string(p.c.mBrilloFondo) +
+                              " Maximal brightness = " + std::to_string(p.c.gBrilloMaximo) +
+                              "  Initial threshold brightness = " + std::to_string(p.c.mBrilloUmbral)));
 }
 
 // A FITS image of W x H at level 100 with the pixels of `lit` at 5000, signed data.
@@ -186,7 +187,8 @@ TEST_F(Blobs, RectangleAreas) {
     for (size_t i = 1; i <= 4; ++i)
         EXPECT_DOUBLE_EQ(c.mSeleccionadas[i].y, 31.5);
     // The diagonals of the rectangle cross two of its squares, which raises the background.
-    EXPECT_TRUE(Says("Background brightness = 175 Maximal brightness = 5000  Initial threshold brightness = 2588"));
+    EXPECT_TRUE(
+        Says("Background brightness = 175 Maximal brightness = 5000  Initial threshold brightness = 2588"));
     EXPECT_EQ(Run(2), 4);
     for (size_t i = 1; i <= 4; ++i)
         EXPECT_DOUBLE_EQ(c.mSeleccionadas[i].y, 111.5);

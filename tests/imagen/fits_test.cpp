@@ -93,8 +93,8 @@ struct FitsFile {
     std::vector<std::string> cards;
     bool end = true;
     int32_t width = 60, height = 60;
-    int peak = 1000;      // value of pixel (30, 30); the rest is 100
-    size_t padding = 0;   // blocks of blanks between header and data
+    int peak = 1000;     // value of pixel (30, 30); the rest is 100
+    size_t padding = 0;  // blocks of blanks between header and data
     bool data = true;
 
     FitsFile() {

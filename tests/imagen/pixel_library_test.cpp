@@ -61,7 +61,7 @@ TEST(PixelLibrary, BrightnessHasZeroMarginsAndAnswersTheHighest) {
     std::vector<int16_t> image = {5, -7, 300, 9, 8, 7};  // 3 x 2
     std::vector<int16_t> brillo(4 * 3, -1);
     EXPECT_EQ(fit_a_brillo(image.data(), brillo.data(), 3, 2), 300);
-    EXPECT_EQ(brillo, (std::vector<int16_t>{0, 0, 0, 0,  //
+    EXPECT_EQ(brillo, (std::vector<int16_t>{0, 0, 0, 0,    //
                                             0, 5, 0, 300,  //
                                             0, 9, 8, 7}));
     // Colour pixels weigh their three channels alike.

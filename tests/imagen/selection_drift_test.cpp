@@ -37,7 +37,8 @@ struct Selection : ::testing::Test {
 
 TEST_F(Selection, CloseCandidatesLoseTheFainter) {
     // 24 pixels is the limit at one second of arc per pixel with database 1.
-    Candidates({{100, 100, 50}, {120, 100, 80}, {140, 100, 60}, {300, 300, 10}, {300, 320, 10}, {500, 500, 5}});
+    Candidates(
+        {{100, 100, 50}, {120, 100, 80}, {140, 100, 60}, {300, 300, 10}, {300, 320, 10}, {500, 500, 5}});
     SeleccionaEstrellas(c);
     // The middle one drops both neighbours; of the two equal ones the later goes.
     EXPECT_EQ(Brightness(), (std::vector<double>{80, 10, 5}));
@@ -46,7 +47,8 @@ TEST_F(Selection, CloseCandidatesLoseTheFainter) {
     EXPECT_DOUBLE_EQ(c.mSeleccionadas[2].y, 300);
 
     c.mSoloExtraer = true;
-    Candidates({{100, 100, 50}, {120, 100, 80}, {140, 100, 60}, {300, 300, 10}, {300, 320, 10}, {500, 500, 5}});
+    Candidates(
+        {{100, 100, 50}, {120, 100, 80}, {140, 100, 60}, {300, 300, 10}, {300, 320, 10}, {500, 500, 5}});
     SeleccionaEstrellas(c);
     EXPECT_EQ(Brightness(), (std::vector<double>{80, 60, 50, 10, 10, 5}));
 }

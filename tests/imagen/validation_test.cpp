@@ -21,7 +21,8 @@ struct Picture {
     const Context& c;
     double At(int32_t x, int32_t y) const {
         x = std::clamp(x, 1, c.gPixelesX), y = std::clamp(y, 1, c.gPixelesY);
-        return c.mBrillo[static_cast<size_t>(y) * static_cast<size_t>(c.gPixelesX + 1) + static_cast<size_t>(x)];
+        return c
+            .mBrillo[static_cast<size_t>(y) * static_cast<size_t>(c.gPixelesX + 1) + static_cast<size_t>(x)];
     }
     // Median of a ring round (x, y): the local sky.
     double Sky(int32_t x, int32_t y, int32_t r0, int32_t r1) const {
@@ -93,7 +94,8 @@ std::vector<double> PeakFluxes(const Picture& pic, int32_t r) {
 
 // Real pictures of every kind whose stars are compact enough for a plain centroid to settle.
 TEST(Validation, SelectedStarsAreTheBrightestTrueStars) {
-    for (const char* name : {"pifinder_pleiades.bmp", "cam_virgo.jpg", "apod4_big_dipper.jpg", "sim_m47.fits"}) {
+    for (const char* name :
+         {"pifinder_pleiades.bmp", "cam_virgo.jpg", "apod4_big_dipper.jpg", "sim_m47.fits"}) {
         SCOPED_TRACE(name);
         ImageProgram p;
         p.c.gUmbralAutomatico = 1;
@@ -111,7 +113,8 @@ TEST(Validation, SelectedStarsAreTheBrightestTrueStars) {
             double off = std::min(std::hypot(x5 - s.x, y5 - s.y), std::hypot(x8 - s.x, y8 - s.y));
             EXPECT_LT(off, 0.5) << "star " << i + 1 << " at " << s.x << ", " << s.y;
             // Close pairs and outlines past the perimeter limits leave a few bright ones out.
-            auto brighter = std::count_if(found.begin(), found.end(), [&](double f) { return f > flux * 1.001; });
+            auto brighter =
+                std::count_if(found.begin(), found.end(), [&](double f) { return f > flux * 1.001; });
             EXPECT_LT(brighter, i == 0 ? 2 : 16) << "star " << i + 1;
         }
     }
