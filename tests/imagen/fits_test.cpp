@@ -183,12 +183,10 @@ TEST_F(Header, SimpleAndBitpixAreSearchedInTheWholeValue) {
     f.Set("SIMPLE", "T");
     for (const char* good : {"-16", "160"}) {
         f.Set("BITPIX", good);
-        c.mFinAnalisis = false;
         EXPECT_TRUE(Load()) << good;
     }
     for (const char* bad : {"8", "-32"}) {
         f.Set("BITPIX", bad);
-        c.mFinAnalisis = false;
         EXPECT_FALSE(Load()) << bad;
         EXPECT_EQ(c.gUltimoError, "Not a 16 bits FITS image.");
     }
@@ -202,7 +200,6 @@ TEST_F(Header, SizesAreSixteenBitNumbersBeforeTheComment) {
 
     f.Set("NAXIS1", "40");
     f.width = 40;
-    c.mFinAnalisis = false;
     EXPECT_FALSE(Load());
     EXPECT_TRUE(Says("Image size < 50."));
     EXPECT_EQ(c.gUltimoError, "Too litle image.");
@@ -222,23 +219,19 @@ TEST_F(Header, SizesAreSixteenBitNumbersBeforeTheComment) {
 TEST_F(Header, OnlyTheTwoBzeroForms) {
     for (const char* good : {"32768.0", "3.2768E4"}) {
         f.Set("BZERO", good);
-        c.mFinAnalisis = false;
         EXPECT_TRUE(Load()) << good;
         EXPECT_EQ(c.gBZero, 32768);
     }
     f.Set("BSCALE", "2");
-    c.mFinAnalisis = false;
     EXPECT_FALSE(Load());
     EXPECT_TRUE(Says("Not valid BSCALE or BZERO in FITS header."));
     f.Set("BSCALE", "1");
     f.Set("BZERO", "100");
-    c.mFinAnalisis = false;
     EXPECT_FALSE(Load());
 
     // Signed data: BZERO 0, or no card at all.
     f = FitsFile();
     f.peak = 1000 + 32768;
-    c.mFinAnalisis = false;
     ASSERT_TRUE(Load());
     EXPECT_EQ(c.gBZero, 0);
     EXPECT_EQ(c.gBrilloMaximo, 1000);
@@ -311,17 +304,14 @@ TEST_F(Header, DataProblemsAreTheLibrarysErrors) {
 
     f = FitsFile();
     std::string bytes = f.Bytes();
-    c.mFinAnalisis = false;
     EXPECT_FALSE(p.Load(p.Write("cut.fit", bytes.substr(0, bytes.size() - 100))));
     EXPECT_TRUE(Says("Error 2 in lee_fit."));
 
     f.peak = 140;
-    c.mFinAnalisis = false;
     EXPECT_FALSE(Load());
     EXPECT_TRUE(Says("Highest brightness < 50."));
     EXPECT_FALSE(c.gImagenCargada);
 
-    c.mFinAnalisis = false;
     EXPECT_FALSE(p.Load(p.Write("notes.fit", "These are not the cards of an image.\n")));
     EXPECT_TRUE(Says("Not a FITS image."));
 }
@@ -332,7 +322,6 @@ TEST_F(Header, SpanishAndFrenchMessages) {
     EXPECT_FALSE(Load());
     EXPECT_TRUE(Says("La imagen FITS no es de 16 bits."));
     c.gIdioma = 2;
-    c.mFinAnalisis = false;
     EXPECT_FALSE(Load());
     EXPECT_TRUE(Says("L'image FITS n'est pas de 16 bits."));
 }
