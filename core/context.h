@@ -6,6 +6,7 @@
 
 #include "astrometria/astrometry_state.h"
 #include "automatizacion/automation_state.h"
+#include "busqueda/search_state.h"
 #include "catalogo/catalog_state.h"
 #include "core/core_state.h"
 #include "core/parameters_state.h"
@@ -24,6 +25,7 @@ struct AnalysisEvents {
 struct Context : CoreState,
                  ParameterState,
                  ImageState,
+                 SearchState,
                  CatalogState,
                  AstrometryState,
                  ResultsState,
