@@ -83,10 +83,11 @@ bool MeasurePair(double ra1, double dec1, double ra2, double dec2, PairGeometry&
     if (!(den != 0)) return false;
     double x = (std::cos(bp) - std::cos(h) * std::cos(mp)) / den;
     double inclination;
-    if (1 - x * x < 0) {
+    if (1 - x * x <= 0) {
+        // Out of range by rounding; exactly 1 (a pair along a meridian) is taken the same way
+        // rather than lost.
         inclination = dec2 <= dec1 ? 179.0 : 0.0;
     } else {
-        if (1 - x * x == 0) return false;
         inclination = (std::atan(-x / std::sqrt(1 - x * x)) + 2 * std::atan(1.0)) * kShortRadToDeg;
     }
     double midDec = std::atan(m.z / std::sqrt(1 - m.z * m.z)) * kShortRadToDeg;

@@ -34,7 +34,8 @@ struct PairGeometry {
 };
 
 // The program's own measure of a pair (the 0..180 inclination routine of the sky maths, over
-// coordinates in degrees, with its short pi). Answers false on a numeric fault (a midpoint on a
+// coordinates in degrees, with its short pi); a pair along a meridian takes the routine's
+// out-of-range fallback instead of its fault. Answers false on a numeric fault (a midpoint on a
 // pole, a degenerate pair). The one place that the rings' inclinations come from.
 bool MeasurePair(double ra1, double dec1, double ra2, double dec2, PairGeometry& out);
 
