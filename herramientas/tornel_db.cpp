@@ -39,7 +39,7 @@ Commands:
       A seeded full-sky random star CSV (200000 stars, seed 1, magnitude 12 unless given).
 
 Tunables (defaults in brackets):
-  --merge-arcsec X      stars of different inputs closer than X are one star [1]
+  --merge-arcsec X      stars of different inputs closer than X are one star [30]
   --star-mag M          faintest magnitude in est.bin [99: all]
   --band-height D       declination bands of the 9537 regions, degrees [2]
   --no-db1, --no-db2    leave out the distance road or the triangle road

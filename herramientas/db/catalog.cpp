@@ -1,7 +1,6 @@
 #include "herramientas/db/catalog.h"
 
 #include <algorithm>
-#include <numeric>
 
 #include "herramientas/db/sky_index.h"
 
@@ -17,34 +16,30 @@ void SortByMagnitude(std::vector<CatalogStar>& stars) {
 
 std::vector<CatalogStar> MergeCatalogs(const std::vector<std::vector<CatalogStar>>& sources,
                                        double radiusArcsec, int64_t* duplicates) {
-    std::vector<CatalogStar> all;
-    for (const auto& s : sources)
-        all.insert(all.end(), s.begin(), s.end());
-    // Stable: among equal magnitudes the earlier source stays first.
-    std::stable_sort(all.begin(), all.end(),
-                     [](const CatalogStar& a, const CatalogStar& b) { return a.mag < b.mag; });
-    std::vector<double> ra(all.size()), dec(all.size());
-    for (size_t i = 0; i < all.size(); ++i)
-        ra[i] = all[i].ra, dec[i] = all[i].dec;
-    const double radius = radiusArcsec / 3600.0;
-    SkyIndex index(ra, dec, std::max(radius * 4, 0.05));
-    // A star is dropped when a brighter kept star lies within the radius: visit in magnitude order.
-    std::vector<char> kept(all.size(), 0);
     std::vector<CatalogStar> out;
-    out.reserve(all.size());
     int64_t dropped = 0;
-    for (size_t i = 0; i < all.size(); ++i) {
-        bool dup = false;
-        if (radius > 0)
-            index.ForEachWithin(ra[i], dec[i], radius, [&](int32_t j) {
-                if (kept[j]) dup = true;
-            });
-        if (dup) {
-            ++dropped;
+    const double radius = radiusArcsec / 3600.0;
+    for (const auto& source : sources) {
+        if (out.empty() || radius <= 0) {
+            out.insert(out.end(), source.begin(), source.end());
             continue;
         }
-        kept[i] = 1;
-        out.push_back(all[i]);
+        // Only the stars of earlier lists count: a list's own close pairs are real pairs.
+        std::vector<double> ra(out.size()), dec(out.size());
+        for (size_t i = 0; i < out.size(); ++i)
+            ra[i] = out[i].ra, dec[i] = out[i].dec;
+        SkyIndex index(ra, dec, std::max(radius * 4, 0.05));
+        const size_t earlier = out.size();
+        for (const auto& s : source) {
+            bool dup = false;
+            index.ForEachWithin(s.ra, s.dec, radius, [&](int32_t) { dup = true; });
+            if (dup) {
+                ++dropped;
+                continue;
+            }
+            out.push_back(s);
+        }
+        (void)earlier;
     }
     if (duplicates) *duplicates = dropped;
     SortByMagnitude(out);

@@ -18,9 +18,9 @@ struct SkyObject {
     std::string name;
 };
 
-// Several catalogues joined; a star within `radiusArcsec` of a brighter one already kept is a
-// duplicate and is dropped. Sources earlier in the list win ties of magnitude. The result is
-// sorted by magnitude, brightest first.
+// Several catalogues joined: a star of a later list that lies within `radiusArcsec` of a star of an
+// earlier list is the same star and is dropped (the radius covers the epochs of the positions, up to
+// 20 arcsec for the fastest stars). The result is sorted by magnitude, brightest first.
 std::vector<CatalogStar> MergeCatalogs(const std::vector<std::vector<CatalogStar>>& sources,
                                        double radiusArcsec, int64_t* duplicates = nullptr);
 
