@@ -13,8 +13,8 @@ namespace tornel::db {
 // Every tunable of a build, at the defaults chosen on the field benchmark (see the README).
 struct BuildOptions {
     double mergeRadiusArcsec = 30.0;  // stars of different inputs closer than this are one star
-    double starMagLimit = 99;        // est.bin: faintest magnitude kept
-    double regionBandHeight = 2.0;   // degrees: declination bands of the 9537 regions
+    double starMagLimit = 99;         // est.bin: faintest magnitude kept
+    double regionBandHeight = 2.0;    // degrees: declination bands of the 9537 regions
 
     bool database1 = true;
     double ringCell = 0.25;        // degrees: cells of the ring star cap

@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <fstream>
 #include <numbers>
 #include <random>
+
+#include "core/numbers.h"
 
 #include "herramientas/db/sky_geometry.h"
 #include "herramientas/db/triangle_file.h"
@@ -84,6 +87,20 @@ std::vector<FieldStar> ProjectField(const std::vector<CatalogStar>& catalogue, c
     std::stable_sort(out.begin(), out.end(),
                      [](const FieldStar& a, const FieldStar& b) { return a.mag < b.mag; });
     return out;
+}
+
+bool WriteTruthFile(const std::string& path, const FieldGeometry& g, const std::vector<FieldStar>& stars) {
+    std::ofstream out(path);
+    out << "# centre_ra_deg " << ShortestText(g.ra) << "\n# centre_dec_deg " << ShortestText(g.dec)
+        << "\n# scale_arcsec_px " << ShortestText(g.arcsecPerPixel) << "\n# angle_deg "
+        << ShortestText(g.angle) << "\n# width " << g.width << "\n# height " << g.height << "\n# mirror "
+        << (g.mirror ? 1 : 0) << "\nx,y,ra_deg,dec_deg,mag,in_catalogue\n";
+    for (const auto& s : stars)
+        out << FormatNumber(s.x, "0.000") << "," << FormatNumber(s.y, "0.000") << ","
+            << FormatNumber(s.ra, "0.0000000") << "," << FormatNumber(s.dec, "0.0000000") << ","
+            << FormatNumber(s.mag, "0.00") << "," << (s.inCatalogue ? 1 : 0) << "\n";
+    out.close();
+    return static_cast<bool>(out);
 }
 
 }  // namespace tornel::db

@@ -4,6 +4,7 @@
 // With angle 0 and no mirror, north lies toward +y and east toward -x; a positive angle turns north
 // from +y toward +x; a mirror flips x.
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "herramientas/db/catalog.h"
@@ -44,5 +45,13 @@ struct FieldOptions {
 // with stars taken away and added as asked.
 std::vector<FieldStar> ProjectField(const std::vector<CatalogStar>& catalogue, const FieldGeometry& g,
                                     const FieldOptions& options);
+
+}  // namespace tornel::db
+
+namespace tornel::db {
+
+// The truth of a rendered field: its geometry in "# key value" lines, then one line per star
+// "x,y,ra_deg,dec_deg,mag,in_catalogue", brightest first. False when it cannot be written.
+bool WriteTruthFile(const std::string& path, const FieldGeometry& g, const std::vector<FieldStar>& stars);
 
 }  // namespace tornel::db

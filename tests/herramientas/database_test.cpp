@@ -314,10 +314,11 @@ TEST(Build, CapsSelectTheBrightestStarsOfEachCell) {
 
 TEST(Catalogues, MergeDropsStarsOfLaterListsThatEarlierListsHold) {
     std::vector<CatalogStar> a{{10.0, 20.0, 5.0f}, {30.0, -10.0, 9.0f}, {30.0, -10.0 + 2.0 / 3600, 9.5f}};
-    std::vector<CatalogStar> b{{10.0 + 20.0 / 3600, 20.0, 4.0f}, {30.0, -10.0 + 40.0 / 3600, 8.0f}, {50, 50, 1}};
+    std::vector<CatalogStar> b{
+        {10.0 + 20.0 / 3600, 20.0, 4.0f}, {30.0, -10.0 + 40.0 / 3600, 8.0f}, {50, 50, 1}};
     int64_t dups = 0;
     auto m = MergeCatalogs({a, b}, 30.0, &dups);
-    EXPECT_EQ(dups, 1);  // the same star at another epoch
+    EXPECT_EQ(dups, 1);       // the same star at another epoch
     ASSERT_EQ(m.size(), 5u);  // a close pair of one list stays two stars
     EXPECT_FLOAT_EQ(m[0].mag, 1.0f);
     EXPECT_FLOAT_EQ(m[1].mag, 5.0f);  // the earlier list's star, not the later one's magnitude
