@@ -30,7 +30,8 @@ void BM_WholeBuild(benchmark::State& state) {
     auto dir = std::filesystem::temp_directory_path() / "tornel-db-bench";
     for (auto _ : state) {
         std::string error;
-        if (!BuildDatabase(in, BuildOptions{}, dir.string(), nullptr, error)) state.SkipWithError(error.c_str());
+        if (!BuildDatabase(in, BuildOptions{}, dir.string(), nullptr, error))
+            state.SkipWithError(error.c_str());
     }
     std::filesystem::remove_all(dir);
     state.SetItemsProcessed(state.iterations() * state.range(0));

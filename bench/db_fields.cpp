@@ -230,24 +230,16 @@ void MeasureDatabase1(const Settings& s, const Sky& sky, const SkyIndex& index) 
 
 // ---------------------------------------------------------------- database 2
 
-// Count of the tree's records in the box, and whether one of them is `want` (same three stars).
-void TreeQuery(const std::vector<TriangleRecord>& t, int level, int64_t pos, const float lo[3],
-               const float hi[3], const std::array<int32_t, 3>& want, int64_t& count, int64_t& hitAt,
-               int64_t base) {
-    int64_t n = (int64_t{1} << level) + pos;
-    if (n > static_cast<int64_t>(t.size())) return;
-    const auto& r = t[n - 1];
-    float s[3] = {r.Lado1, r.Lado2, r.Lado3};
-    int c = level % 3;
-    if (s[c] == 0) return;
-    if (s[0] >= lo[0] && s[0] <= hi[0] && s[1] >= lo[1] && s[1] <= hi[1] && s[2] >= lo[2] && s[2] <= hi[2]) {
+// Count of the tree's records in the box, and the place (from base + 1) of `want` among them.
+void TreeQuery(const std::vector<TriangleRecord>& t, const float lo[3], const float hi[3],
+               const std::array<int32_t, 3>& want, int64_t& count, int64_t& hitAt, int64_t base) {
+    VisitBox(t, lo, hi, [&](int64_t n) {
         ++count;
+        const auto& r = t[n - 1];
         std::array<int32_t, 3> got{r.Estrella1, r.Estrella2, r.Estrella3};
         std::sort(got.begin(), got.end());
         if (got == want && hitAt < 0) hitAt = base + count;
-    }
-    if (!(s[c] < lo[c])) TreeQuery(t, level + 1, 2 * pos, lo, hi, want, count, hitAt, base);
-    if (!(s[c] > hi[c])) TreeQuery(t, level + 1, 2 * pos + 1, lo, hi, want, count, hitAt, base);
+    });
 }
 
 struct QueryTriangle {
@@ -351,7 +343,7 @@ void MeasureDatabase2(const Settings& s, const Sky& sky, const SkyIndex& index) 
                 hi[d] = static_cast<float>((1 + 0.03 / 2.18) * t.side[d] + 0.0406 / 2.18);
             }
             int64_t count = 0, hitAt = -1;
-            TreeQuery(tri, 0, 0, lo, hi, want, count, hitAt, cumulative);
+            TreeQuery(tri, lo, hi, want, count, hitAt, cumulative);
             if (q < full.size()) perQuery.push_back(static_cast<double>(count));
             if (hitAt >= 0) {
                 present = true;
@@ -377,7 +369,7 @@ void MeasureDatabase2(const Settings& s, const Sky& sky, const SkyIndex& index) 
             if (!CanonicalTriangle(dec, want[0], want[1], want[2], rec)) continue;
             float lo[3] = {rec.Lado1, rec.Lado2, rec.Lado3};
             int64_t count = 0, hitAt = -1;
-            TreeQuery(tri, 0, 0, lo, lo, want, count, hitAt, 0);
+            TreeQuery(tri, lo, lo, want, count, hitAt, 0);
             delaunayPresent += hitAt >= 0;
         }
         anyPresent += present;

@@ -1,5 +1,7 @@
 #include "herramientas/db/default_database.h"
 
+#include <unistd.h>
+
 #include <filesystem>
 #include <sstream>
 
@@ -43,7 +45,13 @@ bool FetchFromPackage(const std::string& downloads, const std::string& package, 
     fs::remove_all(work);
     fs::create_directories(work);
     if (log) *log << "Fetching " << package << "\n";
-    if (!Run("cd " + Quote(work) + " && apt-get download " + Quote(package), log, error)) return false;
+    const std::string download = "cd " + Quote(work) + " && apt-get download " + Quote(package);
+    if (!Run(download, log, error)) {
+        // A fresh machine may not know the package yet: refresh the lists once when allowed to.
+        std::string again;
+        if (::geteuid() != 0 || !Run("apt-get update -qq", log, again) || !Run(download, log, error))
+            return false;
+    }
     std::string deb;
     for (const auto& e : fs::directory_iterator(work))
         if (e.path().extension() == ".deb") deb = e.path().string();

@@ -23,8 +23,7 @@ Vec3 Sum(const Vec3& a, const Vec3& b) {
 
 using Triangle = std::array<Vec3, 3>;
 
-// The triangles of grid level `level`, in zone order.
-std::vector<Triangle> GeodesicZones(int level) {
+std::vector<Triangle> Subdivided(int level) {
     const double g = (1 + std::sqrt(5.0)) / 2, b = 1 / std::sqrt(1 + g * g), a = b * g;
     const Vec3 c[12] = {{a, -b, 0}, {a, b, 0},   {-a, b, 0}, {-a, -b, 0}, {0, a, -b}, {0, a, b},
                         {0, -a, b}, {0, -a, -b}, {-b, 0, a}, {b, 0, a},   {b, 0, -a}, {-b, 0, -a}};
@@ -79,6 +78,13 @@ uint64_t Bits(const unsigned char* p, int from, int count) {
 
 }  // namespace
 
+std::vector<std::array<std::array<double, 3>, 3>> GeodesicZones(int level) {
+    std::vector<std::array<std::array<double, 3>, 3>> out;
+    for (const auto& z : Subdivided(level))
+        out.push_back({{{z[0].x, z[0].y, z[0].z}, {z[1].x, z[1].y, z[1].z}, {z[2].x, z[2].y, z[2].z}}});
+    return out;
+}
+
 bool ReadStellariumStars(const std::string& path, std::vector<CatalogStar>& out, std::string& error) {
     std::ifstream in(path, std::ios::binary);
     uint32_t h[8];
@@ -99,7 +105,7 @@ bool ReadStellariumStars(const std::string& path, std::vector<CatalogStar>& out,
         error = path + ": star file of an unknown kind (type " + std::to_string(type) + ")";
         return false;
     }
-    const auto zones = GeodesicZones(static_cast<int>(level));
+    const auto zones = Subdivided(static_cast<int>(level));
     std::vector<uint32_t> counts(zones.size());
     if (!in.read(reinterpret_cast<char*>(counts.data()), counts.size() * 4)) {
         error = path + ": zone table cut short";

@@ -1,6 +1,7 @@
 #pragma once
 // Importers of published star and object catalogues. Each reads one file whole into memory-light
 // lists; none throws: a failure answers false with a sentence in `error`.
+#include <array>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,8 @@ const char* InputKindName(InputKind kind);
 InputKind DetectInputKind(const std::string& path);
 
 bool ReadAstrometryIndex(const std::string& path, std::vector<CatalogStar>& out, std::string& error);
+// The zones of Stellarium's geodesic grid at `level`, in zone order: three corners (unit vectors) each.
+std::vector<std::array<std::array<double, 3>, 3>> GeodesicZones(int level);
 bool ReadStellariumStars(const std::string& path, std::vector<CatalogStar>& out, std::string& error);
 // Lines "ra_deg, dec_deg, mag" (commas, semicolons, blanks or tabs between fields); a first line that
 // is not numeric is a heading; "#" starts a comment. A missing magnitude reads as 99.

@@ -218,4 +218,18 @@ std::vector<TriangleRecord> TriangleTree(std::vector<TriangleRecord> triangles) 
     return out;
 }
 
+void VisitBox(const std::vector<TriangleRecord>& tree, const float lo[3], const float hi[3],
+              const std::function<void(int64_t)>& visit, int level, int64_t position) {
+    const int64_t n = (int64_t{1} << level) + position;
+    if (n > static_cast<int64_t>(tree.size())) return;
+    const auto& r = tree[n - 1];
+    const float s[3] = {r.Lado1, r.Lado2, r.Lado3};
+    const int c = level % 3;
+    if (s[c] == 0) return;  // an empty slot
+    if (s[0] >= lo[0] && s[0] <= hi[0] && s[1] >= lo[1] && s[1] <= hi[1] && s[2] >= lo[2] && s[2] <= hi[2])
+        visit(n);
+    if (!(s[c] < lo[c])) VisitBox(tree, lo, hi, visit, level + 1, 2 * position);
+    if (!(s[c] > hi[c])) VisitBox(tree, lo, hi, visit, level + 1, 2 * position + 1);
+}
+
 }  // namespace tornel::db

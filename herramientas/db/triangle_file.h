@@ -3,6 +3,7 @@
 // order, and the implicit balanced 3-d tree the file is.
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 #include "herramientas/db/distance_files.h"
@@ -51,5 +52,10 @@ std::vector<TriangleRecord> ChooseTriangles(const std::vector<DecRecord>& stars,
 // Lays the triangles out as the implicit tree: node (level L, position P) at record 2^L + P, split on
 // side (L mod 3) + 1, the tree complete so that no empty slot is needed.
 std::vector<TriangleRecord> TriangleTree(std::vector<TriangleRecord> triangles);
+
+// The search a reader makes of that tree: from node (level, position), every record whose three
+// sides lie inside [lo, hi] (limits included), in the order of the descent. visit(record number).
+void VisitBox(const std::vector<TriangleRecord>& tree, const float lo[3], const float hi[3],
+              const std::function<void(int64_t)>& visit, int level = 0, int64_t position = 0);
 
 }  // namespace tornel::db

@@ -15,6 +15,7 @@
 #include "herramientas/db/sky_geometry.h"
 #include "herramientas/db/star_tables.h"
 #include "herramientas/db/synth_catalog.h"
+#include "herramientas/db/triangle_file.h"
 #include "tests/support/temp_folder.h"
 
 namespace tornel::db {
@@ -187,22 +188,6 @@ TEST_F(BuiltDatabase, PoleFilesHaveTheirHeadAndTilesAroundTheCentres) {
     }
 }
 
-// The program's search of the implicit tree: node (L, P) at record 2^L + P, split on side L mod 3,
-// an empty slot where the split side is 0.
-void TreeSearch(const std::vector<TriangleRecord>& t, int level, int64_t pos, const float lo[3],
-                const float hi[3], std::vector<int64_t>& found) {
-    int64_t n = (int64_t{1} << level) + pos;
-    if (n > static_cast<int64_t>(t.size())) return;
-    const auto& r = t[n - 1];
-    float s[3] = {r.Lado1, r.Lado2, r.Lado3};
-    int c = level % 3;
-    if (s[c] == 0) return;
-    if (s[0] >= lo[0] && s[0] <= hi[0] && s[1] >= lo[1] && s[1] <= hi[1] && s[2] >= lo[2] && s[2] <= hi[2])
-        found.push_back(n);
-    if (!(s[c] < lo[c])) TreeSearch(t, level + 1, 2 * pos, lo, hi, found);
-    if (!(s[c] > hi[c])) TreeSearch(t, level + 1, 2 * pos + 1, lo, hi, found);
-}
-
 TEST_F(BuiltDatabase, TriangleTreeAnswersBoxesLikeAFullScan) {
     auto tri = Read<TriangleRecord>(dir, "tri2g02.bin");
     auto stars = Read<DecRecord>(dir, "estDEC_ID1x1g.bin");
@@ -218,7 +203,7 @@ TEST_F(BuiltDatabase, TriangleTreeAnswersBoxesLikeAFullScan) {
             hi[k] = static_cast<float>((1 + 0.03 / 2.18) * side + 0.0406 / 2.18);
         }
         std::vector<int64_t> tree, scan;
-        TreeSearch(tri, 0, 0, lo, hi, tree);
+        VisitBox(tri, lo, hi, [&](int64_t n) { tree.push_back(n); });
         for (size_t n = 0; n < tri.size(); ++n) {
             const auto& r = tri[n];
             if (r.Lado1 >= lo[0] && r.Lado1 <= hi[0] && r.Lado2 >= lo[1] && r.Lado2 <= hi[1] &&

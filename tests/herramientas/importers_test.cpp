@@ -145,15 +145,8 @@ TEST(Importers, AFitsFileWithoutAStarTreeIsRefused) {
 
 // A level-0 Stellarium file of type 0 holding `stars`, each in the zone whose frame is nearest.
 std::string StellariumFile(const std::vector<Known>& stars) {
-    // Zone 0 of level 0 has corners 1, 0, 10 of the icosahedron; put every star in the zone whose
-    // centre is nearest, with the position scale of level 0.
-    const double g = (1 + std::sqrt(5.0)) / 2, b = 1 / std::sqrt(1 + g * g), a = b * g;
-    const Vec3 c[12] = {{a, -b, 0}, {a, b, 0},   {-a, b, 0}, {-a, -b, 0}, {0, a, -b}, {0, a, b},
-                        {0, -a, b}, {0, -a, -b}, {-b, 0, a}, {b, 0, a},   {b, 0, -a}, {-b, 0, -a}};
-    const int t[20][3] = {{1, 0, 10}, {0, 1, 9},  {0, 9, 6},   {9, 8, 6},   {0, 7, 10},
-                          {6, 7, 0},  {7, 6, 3},  {6, 8, 3},   {11, 10, 7}, {7, 3, 11},
-                          {3, 2, 11}, {2, 3, 8},  {10, 11, 4}, {2, 4, 11},  {5, 4, 2},
-                          {2, 8, 5},  {4, 1, 10}, {4, 5, 1},   {5, 9, 1},   {8, 9, 5}};
+    // Each star in the zone whose centre is nearest, with the position scale of level 0.
+    const auto zones = GeodesicZones(0);
     auto norm = [](Vec3 v) {
         double n = std::sqrt(Dot(v, v));
         return Vec3{v.x / n, v.y / n, v.z / n};
@@ -166,9 +159,9 @@ std::string StellariumFile(const std::vector<Known>& stars) {
         double bestDot = -2;
         Vec3 centre;
         for (int z = 0; z < 20; ++z) {
+            const auto& t = zones[z];
             Vec3 cz =
-                norm({c[t[z][0]].x + c[t[z][1]].x + c[t[z][2]].x, c[t[z][0]].y + c[t[z][1]].y + c[t[z][2]].y,
-                      c[t[z][0]].z + c[t[z][1]].z + c[t[z][2]].z});
+                norm({t[0][0] + t[1][0] + t[2][0], t[0][1] + t[1][1] + t[2][1], t[0][2] + t[1][2] + t[2][2]});
             if (Dot(cz, v) > bestDot) bestDot = Dot(cz, v), best = z, centre = cz;
         }
         Vec3 east = norm(Cross({0, 0, 1}, centre)), north = Cross(centre, east);
