@@ -57,7 +57,7 @@ Tunables (defaults in brackets):
   --db2-cell D          cell size of the triangle-road star cap, degrees [1]
   --db2-per-cell N      brightest stars per cell in estDEC_ID1x1g.bin [6]
   --db2-mag M           faintest magnitude in estDEC_ID1x1g.bin [99]
-  --tri-fields R,R,...  radii of the probe fields whose Delaunay triangles enter tri2g02.bin [0.75,1,1.5]
+  --tri-fields R,R,...  radii of the probe fields whose Delaunay triangles enter tri2g02.bin [1.25,1.75]
   --tri-spacing F       probe centres F x radius apart [0.5]
   --tri-brightest N     brightest stars of a probe field that are triangulated [10]
   --tri-no-partial      only the triangulation of all N, not of the first 3, 4, ... brightest

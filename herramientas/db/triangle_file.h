@@ -36,7 +36,7 @@ bool CanonicalTriangle(const std::vector<DecRecord>& stars, int32_t n1, int32_t 
 std::array<double, 3> TriangleSides(const std::vector<DecRecord>& stars, int32_t i, int32_t j, int32_t k);
 
 struct TriangleChoice {
-    std::vector<double> fieldRadii{0.75, 1.0, 1.5};  // probe fields, degrees
+    std::vector<double> fieldRadii{1.25, 1.75};  // probe fields, degrees
     double spacing = 0.5;                            // probe centres this fraction of the radius apart
     int32_t brightest = 10;                          // stars of a probe field that are triangulated
     bool partial = true;  // also the triangulations of its first 3, 4, ... brightest
