@@ -1,7 +1,9 @@
 // tornel-db: builds the program's star, distance, triangle and object databases from real catalogues.
+#include <cmath>
 #include <fstream>
 #include <iostream>
 #include <map>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -13,6 +15,7 @@
 #include "herramientas/db/default_database.h"
 #include "herramientas/db/projection.h"
 #include "herramientas/db/synth_catalog.h"
+#include "herramientas/render/render.h"
 
 namespace tornel::db {
 namespace {
@@ -39,11 +42,14 @@ Commands:
   synth-catalog --out FILE [--stars N] [--seed S] [--faintest MAG]
       A seeded full-sky random star CSV (200000 stars, seed 1, magnitude 12 unless given).
   render --ra DEG --dec DEG --scale ARCSEC_PER_PX [--angle DEG] [--width PX] [--height PX]
-         [--mirror] [--missing FRACTION] [--added N] [--jitter MAG] [--seed S] --truth FILE INPUT...
+         [--mirror] [--missing FRACTION] [--added N] [--jitter MAG] [--seed S] --truth FILE
+         [--fits FILE [--noise COUNTS] [--hot-pixels N] [--psf PX]] INPUT...
       Projects the catalogue INPUT... onto an image of that centre, scale, angle and size (1024 x 768,
       angle 0 unless given): the stars that fall on it, some left out and others added, written to the
       truth file with the field's geometry. North lies toward +y at angle 0; a positive angle turns
-      it toward +x; --mirror flips x.
+      it toward +x; --mirror flips x. With --fits the field is also rendered as an unsigned 16-bit
+      FITS image: Gaussian stars (--psf sigma, 1.5 pixels) of 2000 counts at magnitude 12 on a sky of
+      1000 with Gaussian noise (--noise, 10) and N hot pixels (--hot-pixels, 0).
 
 Tunables (defaults in brackets):
   --merge-arcsec X      stars of different inputs closer than X are one star [30]
@@ -240,9 +246,31 @@ int Synth(Args& a) {
     return 0;
 }
 
+// The image of a projected field: what a camera would record of it.
+bool WriteFieldImage(const std::string& path, const FieldGeometry& g, const std::vector<FieldStar>& stars,
+                     double noise, int32_t hotPixels, double psf, uint64_t seed) {
+    render::Field f;
+    f.width = g.width;
+    f.height = g.height;
+    f.psfSigma = psf;
+    f.noise = noise;
+    f.seed = static_cast<uint32_t>(seed);
+    for (const auto& s : stars)
+        f.stars.push_back({s.x, s.y, 2000 * std::pow(10.0, -0.4 * (s.mag - 12))});
+    std::mt19937_64 rng(seed ^ 0x5eedULL);
+    for (int32_t k = 0; k < hotPixels; ++k) {
+        auto x = static_cast<int32_t>(1 + rng() % static_cast<uint64_t>(g.width));
+        auto y = static_cast<int32_t>(1 + rng() % static_cast<uint64_t>(g.height));
+        f.hotPixels.push_back({x, y, 3000.0 + static_cast<double>(rng() % 27000)});
+    }
+    return render::WriteFits(path, render::Render(f), render::FitsStorage::Unsigned);
+}
+
 int Render(Args& a) {
     FieldGeometry g;
     FieldOptions fo;
+    double noise = 10, psf = 1.5;
+    int32_t hotPixels = 0;
     try {
         auto real = [&](const char* key, double& v) {
             if (a.values.count(key)) v = TextToDouble(a.values[key]);
@@ -253,6 +281,7 @@ int Render(Args& a) {
         real("--ra", g.ra), real("--dec", g.dec), real("--scale", g.arcsecPerPixel), real("--angle", g.angle);
         whole("--width", g.width), whole("--height", g.height), whole("--added", fo.addedStars);
         real("--missing", fo.missingFraction), real("--jitter", fo.magnitudeJitter);
+        real("--noise", noise), real("--psf", psf), whole("--hot-pixels", hotPixels);
         if (a.values.count("--seed")) fo.seed = static_cast<uint64_t>(TextToLong(a.values["--seed"]));
     } catch (const std::exception&) {
         std::cerr << "tornel-db render: bad number\n";
@@ -277,6 +306,14 @@ int Render(Args& a) {
         return kExitFailed;
     }
     std::cout << stars.size() << " stars on the field, written to " << a.values["--truth"] << "\n";
+    if (a.values.count("--fits")) {
+        if (noise < 0 || psf <= 0 || hotPixels < 0 ||
+            !WriteFieldImage(a.values["--fits"], g, stars, noise, hotPixels, psf, fo.seed)) {
+            std::cerr << "tornel-db render: cannot write " << a.values["--fits"] << "\n";
+            return kExitFailed;
+        }
+        std::cout << "Image written to " << a.values["--fits"] << "\n";
+    }
     return 0;
 }
 

@@ -1,0 +1,15 @@
+#pragma once
+// The image angle of a solved plate: the direction of celestial north at the image centre, in
+// degrees from +y towards +x.
+#include <cstdint>
+
+#include "core/context.h"
+
+namespace tornel {
+
+// The image angle of the plate Cij (degrees) for a solution at declination gDECsolucion, from the
+// pixel where the pole axis meets the image plane. codigo 0 done, 1 after an error (reported). The
+// angle may come out above 360 or below 0.
+void CalculaNorteCamara(Context& c, double& angulo, int32_t& codigo);
+
+}  // namespace tornel
