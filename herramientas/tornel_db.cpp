@@ -1,9 +1,7 @@
 // tornel-db: builds the program's star, distance, triangle and object databases from real catalogues.
-#include <cmath>
 #include <fstream>
 #include <iostream>
 #include <map>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -13,9 +11,9 @@
 #include "herramientas/db/build.h"
 #include "herramientas/db/check.h"
 #include "herramientas/db/default_database.h"
+#include "herramientas/db/field_image.h"
 #include "herramientas/db/projection.h"
 #include "herramientas/db/synth_catalog.h"
-#include "herramientas/render/render.h"
 
 namespace tornel::db {
 namespace {
@@ -246,26 +244,6 @@ int Synth(Args& a) {
     return 0;
 }
 
-// The image of a projected field: what a camera would record of it.
-bool WriteFieldImage(const std::string& path, const FieldGeometry& g, const std::vector<FieldStar>& stars,
-                     double noise, int32_t hotPixels, double psf, uint64_t seed) {
-    render::Field f;
-    f.width = g.width;
-    f.height = g.height;
-    f.psfSigma = psf;
-    f.noise = noise;
-    f.seed = static_cast<uint32_t>(seed);
-    for (const auto& s : stars)
-        f.stars.push_back({s.x, s.y, 2000 * std::pow(10.0, -0.4 * (s.mag - 12))});
-    std::mt19937_64 rng(seed ^ 0x5eedULL);
-    for (int32_t k = 0; k < hotPixels; ++k) {
-        auto x = static_cast<int32_t>(1 + rng() % static_cast<uint64_t>(g.width));
-        auto y = static_cast<int32_t>(1 + rng() % static_cast<uint64_t>(g.height));
-        f.hotPixels.push_back({x, y, 3000.0 + static_cast<double>(rng() % 27000)});
-    }
-    return render::WriteFits(path, render::Render(f), render::FitsStorage::Unsigned);
-}
-
 int Render(Args& a) {
     FieldGeometry g;
     FieldOptions fo;
@@ -308,7 +286,7 @@ int Render(Args& a) {
     std::cout << stars.size() << " stars on the field, written to " << a.values["--truth"] << "\n";
     if (a.values.count("--fits")) {
         if (noise < 0 || psf <= 0 || hotPixels < 0 ||
-            !WriteFieldImage(a.values["--fits"], g, stars, noise, hotPixels, psf, fo.seed)) {
+            !WriteFieldImage(a.values["--fits"], g, stars, {noise, hotPixels, psf, fo.seed})) {
             std::cerr << "tornel-db render: cannot write " << a.values["--fits"] << "\n";
             return kExitFailed;
         }
