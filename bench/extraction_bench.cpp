@@ -12,6 +12,7 @@
 #include <random>
 #include <string>
 
+#include "bench/quiet_platform.h"
 #include "core/parametros.h"
 #include "core/startup.h"
 #include "herramientas/render/render.h"
@@ -19,16 +20,6 @@
 
 namespace tornel {
 namespace {
-
-class QuietPlatform : public Platform {
-  public:
-    void MessageBox(const std::string&) override {}
-    bool AskYesNo(const std::string&, const std::string&, bool safeDefault) override { return safeDefault; }
-    void SetTitle(const std::string&) override {}
-    void SetResultLabel(const std::string&) override {}
-    void DoEvents() override {}
-    std::optional<std::string> ChooseFile(const FileDialogRequest&) override { return std::nullopt; }
-};
 
 // The default threshold of the parameters.
 constexpr double kFixedThreshold = 0.5;

@@ -27,6 +27,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/quiet_platform.h"
 #include "core/analisis.h"
 #include "core/context.h"
 #include "core/numbers.h"
@@ -43,17 +44,6 @@ using Clock = std::chrono::steady_clock;
 
 constexpr double kRad = std::numbers::pi / 180;
 
-// A platform that shows nothing: the in-process zone runs.
-class SilentPlatform : public Platform {
-  public:
-    void MessageBox(const std::string&) override {}
-    bool AskYesNo(const std::string&, const std::string&, bool safeDefault) override { return safeDefault; }
-    void SetTitle(const std::string&) override {}
-    void SetResultLabel(const std::string&) override {}
-    void DoEvents() override {}
-    std::optional<std::string> ChooseFile(const FileDialogRequest&) override { return std::nullopt; }
-};
-
 struct Settings {
     std::string mode;
     std::string home;       // program folder of `tornel-db default`
@@ -64,6 +54,7 @@ struct Settings {
     int fields = 200;
     uint64_t seed = 1;
     int mirrorEvery = 10;  // every n-th field is mirrored (0: none)
+    int inclination = 1;   // parameter 10, degrees
 };
 
 double Uniform(std::mt19937_64& g) {
@@ -164,7 +155,7 @@ Answer ParseAnswer(const std::string& out) {
 // The run's program folder: the parameters of the default database with `change` applied, written by
 // the program's own writer.
 void WriteParameters(const std::string& home, const std::function<void(Context&)>& change) {
-    SilentPlatform platform;
+    QuietPlatform platform;
     Context c(platform);
     c.gCarpetaPrograma = home;
     ParametrosPorDefecto(c);
@@ -186,6 +177,7 @@ std::string PrepareHome(const Settings& s) {
         c.gAltoVentana = 5;
         c.gBaseDatosPedida = 1;
         c.gBaseDatos = 1;
+        c.gErrorInclinacion = static_cast<int16_t>(s.inclination);
     });
     return home;
 }
@@ -341,7 +333,7 @@ int Fields(const Settings& s) {
 // One field through one zone search in this process, without an early end.
 void Zone(const Settings& s, const std::string& home, const Field& f, const std::string& name,
           const std::function<void(Context&)>& choose) {
-    SilentPlatform platform;
+    QuietPlatform platform;
     Context c(platform);
     c.gCarpetaPrograma = home;
     Form_Load(c, "8 " + f.fits + " " + ShortestText(f.givenRa) + " " + ShortestText(f.givenDec));
@@ -507,6 +499,8 @@ int Main(int argc, char** argv) {
             s.seed = std::stoull(value());
         else if (args[k] == "--mirror-every")
             s.mirrorEvery = std::stoi(value());
+        else if (args[k] == "--inclination")
+            s.inclination = std::stoi(value());
         else if (args[k] == "--validation")
             s.validation = value();
         else if (s.mode.empty())
@@ -518,7 +512,8 @@ int Main(int argc, char** argv) {
     if (s.mode.empty() || s.home.empty()) {
         std::cerr
             << "usage: tornel-solve-fields fields|zones|validation --home PROGRAM_FOLDER [--catalogue FILE]\n"
-               "       [--work DIR] [--fields N] [--seed S] [--mirror-every N] [--validation DIR]\n";
+               "       [--work DIR] [--fields N] [--seed S] [--mirror-every N] [--inclination DEG] "
+               "[--validation DIR]\n";
         return 2;
     }
     if (s.home.back() != '/') s.home += '/';

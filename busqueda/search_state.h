@@ -53,7 +53,8 @@ struct Solucion {
     int32_t Base1 = 0, Base2 = 0, Base3 = 0;
     std::vector<EstrellaSolucion> Extendidas;  // stars identified by the extension
     int32_t NumLados1 = 0, NumLados2 = 0, NumExtendidas = 0, Puntuacion = 0;
-    PlateMatrix plate{};  // the solved Cij of this candidate
+    PlateMatrix plate{};       // the solved Cij of this candidate
+    double worstResidual = 0;  // pixels: the farthest identified star from its place by the fitted plate
 };
 
 struct SearchState {

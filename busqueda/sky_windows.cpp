@@ -57,10 +57,8 @@ bool SearchMustStop(const Context& c) {
 }
 
 void NoDistanceFile(Context& c) {
-    ParaResumen(c, "No se ha encontrado ningún fichero de distancias.",
-                "Aucun fichier de distances n'a été trouvé.", "No distance file was found.");
-    VisuTitulo(c, "No se ha encontrado ningún fichero de distancias.",
-               "Aucun fichier de distances n'a été trouvé.", "No distance file was found.");
+    SummaryAndTitle(c, "No se ha encontrado ningún fichero de distancias.",
+                    "Aucun fichier de distances n'a été trouvé.", "No distance file was found.");
 }
 
 // After the loop of a zone search: no ring at all ends the analysis.

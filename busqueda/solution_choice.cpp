@@ -158,6 +158,35 @@ void IdentifiedStars(Context& c, const Solucion& sol) {
     }
 }
 
+// The winner's plate fitted to all its identified stars rather than to three of them: the centre
+// and the angle then carry the average of their errors, not the errors of the base alone. A fit of
+// all nine coefficients measures how far the stars stand from their places (a star of the polygon
+// tied to the wrong catalogue star stands far off); the plate kept is the best rotation, which a
+// narrow spread of stars cannot shear.
+void RefineWinner(Context& c, Solucion& w) {
+    std::vector<PlateStar> stars;
+    for (int32_t e = 1; e <= w.NumEnPoligono; ++e) {
+        const EstrellaSolucion& s = w.EstrellasSolucion[static_cast<size_t>(e)];
+        stars.push_back({s.X, s.Y, s.Ar, s.De});
+    }
+    for (const EstrellaSolucion& s : w.Extendidas)
+        stars.push_back({s.X, s.Y, s.Ar, s.De});
+    if (stars.size() <= 3) return;
+    c.Cij = w.plate;
+    RefinePlate(c, stars);
+    for (const PlateStar& s : stars) {
+        double x = 0, y = 0;
+        CoordenadasCatalogoAimagen(c, s.ra, s.dec, x, y);
+        w.worstResidual = std::max(w.worstResidual, std::hypot(x - s.x, y - s.y));
+    }
+    RotatePlate(c, stars);
+    CoordenadasImagenAesfericas(c, c.gAnchoImagen / 2, c.gAltoImagen / 2);
+    if (c.mFinAnalisis) return;
+    w.ArCentro = c.mRAconvertida;
+    w.DeCentro = c.mDECconvertida;
+    w.plate = c.Cij;
+}
+
 }  // namespace
 
 void ResuelveSistema(Context& c, int32_t s) {
@@ -253,7 +282,9 @@ void TrataSoluciones(Context& c) {
                 winner = s;
             }
         if (winner == 0) Raise(kErrInvalidCall);
-        const Solucion& w = c.mSoluciones[static_cast<size_t>(winner)];
+        Solucion& w = c.mSoluciones[static_cast<size_t>(winner)];
+        RefineWinner(c, w);
+        if (c.mFinAnalisis) return;
         c.mIndiceSolucion = winner;
         c.mLados1 = w.NumLados1;
         c.mLados2 = w.NumLados2;
@@ -309,8 +340,7 @@ void ReportNoPolygon(Context& c) {
     LabelResul(c, "Poligonos = 0.", "Polygones = 0.", "Polygons = 0.");
     c.mFinAnalisis = true;
     ParaResumen(c, "Poligonos = 0", "Polygones = 0", "Polygons = 0");
-    ParaResumen(c, "Posición no encontrada.", "Position non trouvée.", "Position not found.");
-    VisuTitulo(c, "Posición no encontrada.", "Position non trouvée.", "Position not found.");
+    SummaryAndTitle(c, "Posición no encontrada.", "Position non trouvée.", "Position not found.");
 }
 
 void AnalisisFinal(Context& c) {

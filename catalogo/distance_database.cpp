@@ -362,19 +362,16 @@ void AporPescaDLL(Context& c) {
     if (std::abs(anilloFalta) != 1000) ReportMissingRing(c, c.gPrefijoDistancias, std::abs(anilloFalta));
     switch (resultado) {
         case 1:
-            ParaResumen(c, "Error 1 en AporPescaDLL", "Erreur 1 à AporPescaDLL", "Error 1 in AporPescaDLL");
-            VisuTitulo(c, "Error 1 en AporPescaDLL", "Erreur 1 à AporPescaDLL", "Error 1 in AporPescaDLL");
+            SummaryAndTitle(c, "Error 1 en AporPescaDLL", "Erreur 1 à AporPescaDLL",
+                            "Error 1 in AporPescaDLL");
             break;
         case 2:
             ReportTooMany(c, false);
             break;
         case 3:
-            ParaResumen(c, "Ruta de distancias '" + prefijo + "' erronea.",
-                        "Chemin des distances '" + prefijo + "' incorrect.",
-                        "Distances path '" + prefijo + "' too short.");
-            VisuTitulo(c, "Ruta de distancias '" + prefijo + "' erronea.",
-                       "Chemin des distances '" + prefijo + "' incorrect.",
-                       "Distances path '" + prefijo + "' too short.");
+            SummaryAndTitle(c, "Ruta de distancias '" + prefijo + "' erronea.",
+                            "Chemin des distances '" + prefijo + "' incorrect.",
+                            "Distances path '" + prefijo + "' too short.");
             break;
         default:
             break;

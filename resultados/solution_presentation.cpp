@@ -15,6 +15,8 @@ namespace tornel {
 
 namespace {
 
+constexpr double kResidualLimit = 3;  // pixels
+
 // Display pixel of an image point in square pixels: x from the left, y down from the top.
 void ToDisplay(const Context& c, double x, double y, double& dx, double& dy) {
     const double f = c.gFactorReduccion;
@@ -111,7 +113,12 @@ void AvisoSolucionNoSegura(Context& c) {
 }
 
 void Dist_PresentaSolucion(Context& c, int32_t indice, int32_t lados) {
-    if (c.mFinAnalisis) return;
+    if (c.mFinAnalisis || indice < 1 || static_cast<size_t>(indice) >= c.mSoluciones.size()) return;
+    // An unsafe solution passes when its stars stand where its plate puts them, within the three pixels
+    // in which the extension looks for a star; a safe one has shown enough sides already (a blended
+    // pair of stars may stand farther off).
+    if (!c.gSolucionSegura && c.mSoluciones[static_cast<size_t>(indice)].worstResidual > kResidualLimit)
+        return;
     c.gHaySolucion = true;
     std::string ra, dec, raDate, decDate;
     GradosAcadenas(c.gARJ2000, c.gDEJ2000, ra, dec);

@@ -12,8 +12,9 @@ namespace tornel {
 void GradosAcadenas(double ar, double de, std::string& textoAr, std::string& textoDe);
 
 // The distance road's presentation of solution `indice` with `lados` sides: raises gHaySolucion
-// unless the analysis has ended, then the position labels, the result line, the summary's "CENTRE:"
-// line, the identified stars, the compass and, for an unsafe solution, the warning.
+// unless the analysis has ended or, for a solution that is not safe, a star of it stands more than
+// three pixels from where its plate puts it, then the position labels, the result line, the summary's
+// "CENTRE:" line, the identified stars, the compass and, for an unsafe solution, the warning.
 void Dist_PresentaSolucion(Context& c, int32_t indice, int32_t lados);
 // The catalogue identifier beside each identified star of solution `indice`, on the overlay.
 void EscribeIDsEstrellas(Context& c, int32_t indice);

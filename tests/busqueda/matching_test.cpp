@@ -361,5 +361,41 @@ TEST(Presentation, ImageAngleOfASolvedPlate) {
     }
 }
 
+TEST(Presentation, ARotationFittedToAStripOfStarsKeepsTheAngle) {
+    // Stars along a narrow strip, their pixels off by a few tenths: the nine coefficients of a plate
+    // fitted to them may shear, the best rotation may not.
+    TestProgram p;
+    const db::FieldGeometry g{120, 35, 2, 64, 1000, 800, false};
+    p.c.gAnchoImagen = 1000;
+    p.c.gAltoImagen = 800;
+    p.c.gFocalEnPixeles = FocalDesdeEscala(2);
+    p.c.gDECsolucion = 35;
+    std::vector<PlateStar> stars;
+    const double offsets[8] = {0.3, -0.3, 0.2, -0.4, 0.4, -0.2, 0.1, -0.1};
+    for (int k = 0; k < 8; ++k) {
+        PlateStar s;
+        s.x = 100 + 110 * k;
+        s.y = 390 + 8 * (k % 3);
+        db::PixelToSky(g, s.x, s.y, s.ra, s.dec);
+        s.y += offsets[k];
+        stars.push_back(s);
+    }
+    RotatePlate(p.c, stars);
+    double angle = 0;
+    int32_t code = 1;
+    CalculaNorteCamara(p.c, angle, code);
+    EXPECT_NEAR(std::remainder(angle - 64, 360.0), 0, 0.05);
+    CoordenadasImagenAesfericas(p.c, 500, 400);
+    EXPECT_NEAR(p.c.mRAconvertida, 120, 0.0005);
+    EXPECT_NEAR(p.c.mDECconvertida, 35, 0.0005);
+    // The general fit puts every star within its pixel offset of where it was measured.
+    RefinePlate(p.c, stars);
+    for (const PlateStar& s : stars) {
+        double x = 0, y = 0;
+        CoordenadasCatalogoAimagen(p.c, s.ra, s.dec, x, y);
+        EXPECT_LT(std::hypot(x - s.x, y - s.y), 0.5);
+    }
+}
+
 }  // namespace
 }  // namespace tornel
