@@ -171,15 +171,5 @@ TEST(Commands, ExecuteChecksItsValueAndWaits) {
     EXPECT_FALSE(c.mProgramaTerminado);  // nothing runs before the file is read to its end
 }
 
-TEST(Commands, FoldersGetTheirSlash) {
-    MailboxProgram p;
-    std::string folder = p.home.Path() + "messages";
-    EXPECT_TRUE(ExisteCarpeta(folder));
-    EXPECT_EQ(folder, p.home.Path() + "messages/");
-    std::string missing = p.home.Path() + "none";
-    EXPECT_FALSE(ExisteCarpeta(missing));
-    EXPECT_EQ(missing, p.home.Path() + "none/");
-}
-
 }  // namespace
 }  // namespace tornel

