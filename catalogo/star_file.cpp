@@ -38,17 +38,23 @@ int32_t StarFile::RecordCount() const {
 }
 
 bool StarFile::ReadRecord(int64_t n, void* dst) const {
-    if (fd_ < 0 || n < 1) return false;
+    if (n < 1 || recordLength_ <= 0) return false;
+    auto want = static_cast<size_t>(recordLength_);
+    return ReadAt((n - 1) * recordLength_, dst, want) == want;
+}
+
+size_t StarFile::ReadAt(int64_t offset, void* dst, size_t bytes) const {
+    if (fd_ < 0 || offset < 0) return 0;
     auto* out = static_cast<char*>(dst);
-    off_t offset = static_cast<off_t>((n - 1) * recordLength_);
-    ssize_t want = recordLength_, got = 0;
-    while (got < want) {
-        ssize_t r = ::pread(fd_, out + got, static_cast<size_t>(want - got), offset + got);
+    size_t got = 0;
+    while (got < bytes) {
+        ssize_t r =
+            ::pread(fd_, out + got, bytes - got, static_cast<off_t>(offset) + static_cast<off_t>(got));
         if (r < 0 && errno == EINTR) continue;
-        if (r <= 0) return false;
-        got += r;
+        if (r <= 0) break;
+        got += static_cast<size_t>(r);
     }
-    return true;
+    return got;
 }
 
 }  // namespace tornel

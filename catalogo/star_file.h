@@ -1,5 +1,7 @@
 #pragma once
-// The open star file: fixed-length records read by number, from 1.
+// An open catalogue file: fixed-length records read by number, from 1, with pread, so that a file
+// that shrinks under the reader answers a failed read rather than a fault.
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -25,6 +27,9 @@ class StarFile {
     int32_t RecordCount() const;
     // Reads record n (from 1) into dst; false when the record lies beyond the end of the file.
     bool ReadRecord(int64_t n, void* dst) const;
+    // Reads up to `bytes` bytes from `offset`; the number read, short at the end of the file, and 0
+    // beyond it or on failure. A file cut short under the reader gives a short count, never a fault.
+    size_t ReadAt(int64_t offset, void* dst, size_t bytes) const;
 
   private:
     int fd_ = -1;

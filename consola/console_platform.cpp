@@ -32,6 +32,10 @@ bool ConsolePlatform::AskYesNo(const std::string& text, const std::string& title
     return safeDefault;
 }
 
+void ConsolePlatform::ShowWait(const std::string& text) {
+    err_ << text << std::endl;
+}
+
 void ConsolePlatform::SummaryLineAdded(const std::string& line) {
     if (!quiet_) out_ << line << std::endl;
 }

@@ -22,6 +22,8 @@ class ConsolePlatform : public Platform {
     void SummaryLineAdded(const std::string& line) override;
     void DoEvents() override;
     std::optional<std::string> ChooseFile(const FileDialogRequest&) override { return std::nullopt; }
+    // The wait window's label becomes a progress line on standard error.
+    void ShowWait(const std::string& text) override;
 
     // What runs inside DoEvents besides the signal check: the timers.
     void SetEventHook(std::function<void()> hook) { eventHook_ = std::move(hook); }

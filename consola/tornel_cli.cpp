@@ -146,6 +146,11 @@ int Run(int argc, char** argv) {
     }
     Form_Load(c, Join(o.items));
     if (!c.gAnalizaYsale) {
+        // A missing region index is rebuilt before the report.
+        while (!c.mProgramaTerminado && c.timers.TimerVarios.Enabled) {
+            platform.WaitForSignal(static_cast<int>(timers.UntilNextDue().count()));
+            timers.RunDue();
+        }
         StartUpReport(c, std::cout);
         Form_Unload(c);
         return c.gBasesOK ? kExitSolved : kExitUsage;

@@ -356,6 +356,7 @@ void DeterminaRectanguloDeAnalisis(Context& c) {
 }
 
 void CuadraPixeles(Context& c) {
+    if (c.mFinAnalisis) return;
     WithTrap(c, "CuadraPixeles", [&] {
         double ratio = c.gRelacionPixel;
         if (ratio == 0) Raise(kErrDivisionByZero);

@@ -4,7 +4,9 @@
 #include <cstdint>
 #include <functional>
 
+#include "astrometria/astrometry_state.h"
 #include "automatizacion/automation_state.h"
+#include "busqueda/search_state.h"
 #include "catalogo/catalog_state.h"
 #include "core/core_state.h"
 #include "core/parameters_state.h"
@@ -20,7 +22,14 @@ struct AnalysisEvents {
     std::function<void()> AvisoTerminado;              // the analysis has closed
 };
 
-struct Context : CoreState, ParameterState, ImageState, CatalogState, ResultsState, AutomationState {
+struct Context : CoreState,
+                 ParameterState,
+                 ImageState,
+                 SearchState,
+                 CatalogState,
+                 AstrometryState,
+                 ResultsState,
+                 AutomationState {
     explicit Context(Platform& p) : platform(p) {}
     Context(const Context&) = delete;
     Context& operator=(const Context&) = delete;

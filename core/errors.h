@@ -5,6 +5,8 @@
 #include <string_view>
 #include <utility>
 
+#include "core/numbers.h"
+
 namespace tornel {
 
 struct Context;
@@ -62,6 +64,19 @@ bool WithTrap(Context& c, std::string_view procedure, Body&& body) {
         ReportError(c, CurrentAsNumbered(), procedure);
         return false;
     }
+}
+
+// WithTrap for a numeric routine: a division by zero, an invalid operation or an overflow in the body
+// becomes the routine's error (11, 5 or 6), as if the operation itself had raised it. The body gets
+// the check, to call before it writes results that an error must leave alone; it is called again at
+// the end in any case.
+template <class Body>
+bool WithCheckedTrap(Context& c, std::string_view procedure, Body&& body) {
+    return WithTrap(c, procedure, [&] {
+        FpCheck fp;
+        std::forward<Body>(body)(static_cast<const FpCheck&>(fp));
+        fp.Check();
+    });
 }
 
 }  // namespace tornel

@@ -50,13 +50,24 @@ std::string FormatNumber(double x, std::string_view picture);
 std::string RightJustify(std::string_view text, int width);
 
 // Checked floating point: clears the flags on construction; Check() raises 11 on a division by zero,
-// 5 on an invalid operation and 6 on an overflow that happened since.
+// 5 on an invalid operation and 6 on an overflow that happened since. The flags found on
+// construction come back on destruction, so that a checked routine called inside another one
+// neither hides the caller's flags nor leaves its own (already handled) behind.
 class FpCheck {
   public:
-    FpCheck() { std::feclearexcept(FE_ALL_EXCEPT); }
+    FpCheck() {
+        std::fegetexceptflag(&saved_, FE_ALL_EXCEPT);
+        std::feclearexcept(FE_ALL_EXCEPT);
+    }
+    ~FpCheck() { std::fesetexceptflag(&saved_, FE_ALL_EXCEPT); }
+    FpCheck(const FpCheck&) = delete;
+    FpCheck& operator=(const FpCheck&) = delete;
     void Check() const;
     // Raises when x is not finite; the guard for single results.
     static double Finite(double x);
+
+  private:
+    std::fexcept_t saved_{};
 };
 
 }  // namespace tornel

@@ -46,6 +46,9 @@ class Platform {
     virtual bool WindowGeometry(int& /*left*/, int& /*top*/, int& /*width*/, int& /*height*/) {
         return false;
     }
+    // The small wait window with its label, shown or relabelled, and its removal; it has no button.
+    virtual void ShowWait(const std::string& /*text*/) {}
+    virtual void HideWait() {}
     // Languages of menus and controls were changed.
     virtual void ApplyLanguage() {}
     // The parameters changed: the window shows them again.

@@ -3,6 +3,7 @@
 // databases, the database in force and the command line.
 #include <string>
 
+#include "catalogo/database_choice.h"
 #include "core/context.h"
 
 namespace tornel {
@@ -30,10 +31,6 @@ void InicializaVariables(Context& c);
 void CompruebaDLL(Context& c);
 // Tests the mailbox, stars and distances folders; false when one is missing.
 bool CompruebaCarpetas(Context& c);
-void CompruebaFicherosBDs(Context& c);
-void AvisosBD(Context& c, int base);
-// Applies database `pedida`; true when it is in force afterwards.
-bool CambioBaseDatos(Context& c, int actual, int pedida);
 // The second half of the start-up, run again whenever the parameters change.
 void DespuesDeCargaParametros(Context& c);
 // The command line: mode, image path, RA, DEC.

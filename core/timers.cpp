@@ -1,5 +1,7 @@
 #include "core/timers.h"
 
+#include "catalogo/database_choice.h"
+#include "catalogo/regions.h"
 #include "core/analisis.h"
 #include "core/numbers.h"
 #include "core/startup.h"
@@ -12,6 +14,7 @@ namespace tornel {
 namespace {
 
 const TimerBinding kTimers[] = {
+    {"TimerVarios", &Timers::TimerVarios, TimerVarios_Timer},
     {"TimerAnalizaYsale", &Timers::TimerAnalizaYsale, TimerAnalizaYsale_Timer},
     {"TimerExtraer", &Timers::TimerExtraer, TimerExtraer_Timer},
     {"TimerEventos", &Timers::TimerEventos, TimerEventos_Timer},
@@ -30,7 +33,32 @@ std::span<const TimerBinding> TimerTable() {
     return kTimers;
 }
 
+void TimerVarios_Timer(Context& c) {
+    c.timers.TimerVarios.Enabled = false;
+    if (!DatabaseFileExists(c.gCarpetaEstrellas, "est.bin") ||
+        DatabaseFileExists(c.gCarpetaEstrellas, "region.bin"))
+        return;
+    MensajeIdioma(
+        c,
+        "No se ha encontrado el fichero region.bin. Pulse Aceptar y espere unos segundos hasta que se "
+        "genere automáticamente.",
+        "Le fichier region.bin n'a pas été trouvé. Appuyez sur OK et attendez quelques secondes qu'il "
+        "soit généré automatiquement.",
+        "The region.bin file has not be found. Press OK and wait some seconds until it is "
+        "automatically generated.");
+    c.buildingRegionIndex = true;
+    PoneMenus(c, false);
+    // No analysis runs now: a failed build is told by its trap and must not stop the next analysis.
+    bool finAnalisis = c.mFinAnalisis;
+    FabricaFicheroRegiones(c);
+    c.mFinAnalisis = finAnalisis;
+    PoneMenus(c, true);
+    c.buildingRegionIndex = false;
+}
+
 void TimerAnalizaYsale_Timer(Context& c) {
+    // The region index comes first: the analysis waits, enabled, until it is built.
+    if (c.timers.TimerVarios.Enabled || c.buildingRegionIndex) return;
     c.timers.TimerAnalizaYsale.Enabled = false;
     PoneTitulo(c, "TORNEL - " + c.gRutaImagen);
     c.gImagenCargada = false;

@@ -16,6 +16,8 @@ struct TimerBinding {
 // Every timer with its handler, in the order a front end should test them.
 std::span<const TimerBinding> TimerTable();
 
+// Start-up found no region.bin: tells the user and rebuilds it from est.bin.
+void TimerVarios_Timer(Context& c);
 void TimerAnalizaYsale_Timer(Context& c);
 void TimerExtraer_Timer(Context& c);
 void TimerEventos_Timer(Context& c);

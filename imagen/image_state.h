@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "imagen/zeroed_allocator.h"
+
 namespace tornel {
 
 // A star of the image: pixel position and brightness (sum above the background).
@@ -14,7 +16,43 @@ struct EstrellaImagen {
     double brillo = 0;
 };
 
+// The header of a device-independent bitmap as the program asks for its pixels: a negative height
+// asks for the rows in the other order.
+struct InfoBitmap {
+    int32_t size = 40;
+    int32_t width = 0;
+    int32_t height = 0;
+    int16_t planes = 1;
+    int16_t bitCount = 32;
+};
+
+// The most contours one scan keeps (slots 1 to 999; the 1000th ends the scan).
+inline constexpr int32_t kMaxContornosEscaneo = 1000;
+
 struct ImageState {
+    // Image matrices. mBrillo and mContorno run x 0..W, y 0..H (row length W + 1, margins at 0);
+    // mImagenFit x 1..W, y 1..H; mPixelesBMP x 1..W, y 1..H, 32-bit 0x00RRGGBB.
+    ZeroedVector<int16_t> mBrillo;
+    ZeroedVector<int32_t> mContorno;
+    ZeroedVector<int16_t> mImagenFit;
+    ZeroedVector<uint32_t> mPixelesBMP;
+    InfoBitmap mInfoBMP;
+    int32_t mAnchoVisu = 0, mAltoVisu = 0;
+    // Marks of mContorno at or below this number belong to earlier scans: a new scan starts its
+    // numbers above it instead of emptying the whole matrix.
+    int32_t contourMarkBase = 0;
+
+    // FITS header values.
+    double gBZero = 0, gBScale = 1;
+    std::string mFechaObs;
+    int32_t mAnioObs = 0, mMesObs = 0, mDiaObs = 0, mHoraObs = 0, mMinutoObs = 0, mSegundoObs = 0;
+
+    // Kept contours of the last scan, slots 1 to 999.
+    std::array<int32_t, kMaxContornosEscaneo + 1> mContornoX{}, mContornoY{}, mContornoPerimetro{};
+    // Candidates, 0 to gMaxContornos, used from 1.
+    std::vector<double> mCandidataX, mCandidataY, mCandidataBrillo;
+    std::vector<int32_t> mCandidataEstado;
+
     // Candidates in brightness order and their square-pixel copies; used from index 1.
     std::vector<EstrellaImagen> mEstrellas;
     std::vector<EstrellaImagen> mEstrellasCuadradas;

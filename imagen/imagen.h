@@ -1,18 +1,34 @@
 #pragma once
-// Stages of the analysis run that image intake and star extraction provide.
+// Stages of the analysis run that image intake and star extraction provide. Each does nothing when
+// mFinAnalisis is set on entry, and sets it, with its message, when it fails.
 #include <cstdint>
+#include <string>
 
 #include "core/context.h"
 
 namespace tornel {
 
-// Reads the image file of gRutaImagen into the brightness matrix; failures set mFinAnalisis.
+// Reads the image file of gRutaImagen into the brightness matrix, by its extension.
 void CargaImagen(Context& c);
-// Analysis rectangle, background and threshold of the image in memory.
+// A BMP or JPG picture (`tipo` "bmp" or "jpg") into mPixelesBMP and mBrillo.
+void CargaBmp(Context& c, const std::string& ruta, const std::string& tipo);
+
+// Analysis rectangle, background (mean of the diagonals) and threshold of the image in memory.
 void CalculaBrilloDeFondoYumbral(Context& c);
-// Contours, candidates and selected stars. -1 when a stage ended the analysis, otherwise the
-// number of selected stars.
+
+// Contours, candidates and selected stars, at the threshold in force or by the automatic
+// threshold. -1 when a stage ended the analysis, otherwise the number of selected stars.
 int32_t ExtraeEstrellasLaberinto(Context& c);
+// One scan at mBrilloUmbral: ExtraeContornosDentro in area 1, otherwise ExtraeContornosFueraYtoda.
+void ExtraeContornos(Context& c);
+void ExtraeContornosDentro(Context& c);
+void ExtraeContornosFueraYtoda(Context& c);
+// The largest contours, up to gMaxContornos, to candidates.
+void TrataContornos(Context& c);
+// Contour n (from 1) to a candidate with its brightness-weighted centroid.
+void TrataEstrella(Context& c, int32_t n);
+// Candidates to mEstrellas, brightest first, and the brightest few to mSeleccionadas.
+void SeleccionaEstrellas(Context& c);
 
 // Drift against the image before and against the reference image.
 void CalculaDescentradoConAnterior(Context& c);

@@ -9,5 +9,7 @@ int LeeCentroBusquedaDeCartesDuCielDDE(Context& c);
 // Reads the telescope position in degrees. 0 read, 2 no telescope chosen, 3 invalid RA, 4 invalid
 // DEC, any other value could not read.
 int LeeCoordenadasTelescopio(Context& c, double& ra, double& dec);
+// Sends the solution to the telescope or planetarium chosen by gTelescopioSincro; nothing without one.
+void Sincroniza(Context& c);
 
 }  // namespace tornel

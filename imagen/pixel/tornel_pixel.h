@@ -1,5 +1,19 @@
 #pragma once
-// The companion pixel library, libtornel.so: plain C functions, stateless, no allocation.
+// The companion pixel library, libtornel.so: plain C functions over caller-owned buffers. Stateless,
+// no allocation, one pass over the image each.
+//
+// Buffers, x running fastest:
+//   imagen  signed 16-bit, W x H, element (1, 1) first: the raw image as read.
+//   brillo  signed 16-bit, (W + 1) x (H + 1), element (0, 0) first; row 0 and column 0 are margins
+//           that the functions set to 0.
+//   visu    unsigned 8-bit grey, rows of W rounded up to a multiple of 4, H rows.
+//   pixeles 32-bit 0x00RRGGBB (blue in the lowest byte), W x H.
+// Row y = 1 is the first row of the file; with invertida = 1 it is the last one, which mirrors the
+// image top to bottom.
+//
+// Brightness scale: FITS values as read, negative ones counted as 0. Unsigned FITS data (BZERO 32768,
+// 0 to 65535) is kept as it is below 16384 and compressed by 3 above, so that it fits signed 16 bits
+// in the same order. BMP and JPG pixels give R + G + B (0 to 765).
 #include <stdint.h>
 
 #if defined(__GNUC__)
@@ -14,6 +28,29 @@ extern "C" {
 
 // Version of the library read as a date, day month year: 150906 is 15/09/06.
 TORNEL_PIXEL_API int32_t version(void);
+
+// Reads ancho x alto big-endian signed 16-bit values from byte `desplazamiento` of the FITS file
+// `ruta` into `imagen`. Answers 0 on success; 1 the file cannot be opened, 2 it ends before the
+// data does, 3 a bad argument (size below 1, negative offset, null pointer).
+TORNEL_PIXEL_API int32_t lee_fit_2(const char* ruta, int32_t desplazamiento, int16_t ancho, int16_t alto,
+                                   int16_t* imagen, int16_t invertida);
+// The same for unsigned data stored with BZERO 32768: u = v + 32768 is kept below 16384 and becomes
+// 16384 + (u - 16384) / 3 above.
+TORNEL_PIXEL_API int32_t lee_fit_con_signo_2(const char* ruta, int32_t desplazamiento, int16_t ancho,
+                                             int16_t alto, int16_t* imagen, int16_t invertida);
+
+// Brightness of a FITS image into `brillo` (margins set to 0); answers the greatest brightness.
+TORNEL_PIXEL_API int16_t fit_a_brillo(const int16_t* imagen, int16_t* brillo, int16_t ancho, int16_t alto);
+// Grey levels for the screen: (value - negro) x factor, limited to 0..255. Padding bytes are 0.
+TORNEL_PIXEL_API void fit_a_visu8(const int16_t* imagen, uint8_t* visu, int16_t ancho, int16_t alto,
+                                  double factor, double negro);
+
+// Brightness of a BMP or JPG picture into `brillo` (margins set to 0); answers the greatest one.
+TORNEL_PIXEL_API int16_t bmp32_a_brillo(const uint32_t* pixeles, int16_t* brillo, int16_t ancho,
+                                        int16_t alto);
+// The display mapping of fit_a_visu8 applied to each colour channel.
+TORNEL_PIXEL_API void bmp32_a_visu32(const uint32_t* pixeles, uint32_t* visu, int16_t ancho, int16_t alto,
+                                     double factor, double negro);
 
 #ifdef __cplusplus
 }

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "core/startup.h"
+#include "herramientas/render/render.h"
 #include "tests/support/temp_folder.h"
 
 namespace tornel {
@@ -68,6 +69,23 @@ TEST(Cli, AnalysisWithMissingDatabasesEndsWithItsMessage) {
     EXPECT_NE(home.Read("run.log").find("DataBase not found or folder not found.\r\n"), std::string::npos);
 }
 
+TEST(Cli, AMissingRegionIndexIsRebuiltAtStartUp) {
+    TempFolder home;
+    // The default folders of the stars and the distances are the program folder itself.
+    std::string est;
+    for (int32_t region = 1; region <= 3; ++region)
+        for (int32_t v : {region * 100000 + 1, region * 1000000, -region * 1000000})
+            for (int i = 0; i < 4; ++i)
+                est.push_back(static_cast<char>((static_cast<uint32_t>(v) >> (8 * i)) & 0xFF));
+    home.Write("est.bin", est);
+    home.Write("ani090.bin", "");
+    Result r = RunCli(home, "");
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(r.err.find("The region.bin file has not be found."), std::string::npos);
+    EXPECT_NE(r.err.find("Wait... 97"), std::string::npos);
+    EXPECT_EQ(home.Read("region.bin").size(), 9537u * 20);
+}
+
 TEST(Cli, SecondProgramOnTheSameFolderEndsSilently) {
     TempFolder home;
     InstanceLock held;
@@ -76,6 +94,30 @@ TEST(Cli, SecondProgramOnTheSameFolderEndsSilently) {
     EXPECT_EQ(r.status, 2);
     EXPECT_EQ(r.out, "");
     EXPECT_EQ(r.err, "");
+}
+
+TEST(Cli, AnalysisExtractsAndListsTheSelectedStars) {
+    TempFolder home;
+    RunCli(home, "");
+    // Empty database files are enough to reach the search, which is not built yet.
+    for (const char* name : {"est.bin", "pgc.bin", "ani090.bin", "pole000.bin", "pole179.bin"})
+        home.Write(name, "");
+    render::Field field;
+    field.width = 500, field.height = 400, field.psfSigma = 2.5;
+    field.stars = render::RandomStars(8, 500, 400, 30, 60, 250000, 350000, 5);
+    ASSERT_TRUE(
+        render::WriteFits(home.File("field.fit"), render::Render(field), render::FitsStorage::Unsigned));
+    Result r = RunCli(home, "8 " + home.File("field.fit"));
+    EXPECT_EQ(r.status, 1);
+    EXPECT_NE(r.out.find("Size: 500x400 pixels."), std::string::npos);
+    EXPECT_NE(r.out.find("Selected stars:"), std::string::npos);
+    EXPECT_NE(r.out.find("8: x="), std::string::npos);
+    EXPECT_NE(r.err.find("Position not found."), std::string::npos);
+    // A damaged image ends with its own message.
+    home.Write("broken.jpg", "not a picture");
+    r = RunCli(home, "8 " + home.File("broken.jpg"));
+    EXPECT_EQ(r.status, 1);
+    EXPECT_NE(r.out.find("Image not loaded."), std::string::npos);
 }
 
 }  // namespace

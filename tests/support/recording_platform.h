@@ -35,6 +35,11 @@ class RecordingPlatform : public Platform {
         chosenFiles.pop_front();
         return f;
     }
+    void ShowWait(const std::string& text) override {
+        waitTexts.push_back(text);
+        waitShown = true;
+    }
+    void HideWait() override { waitShown = false; }
     std::chrono::system_clock::time_point Now() override { return now ? now() : Platform::Now(); }
 
     bool HasMessage(const std::string& text) const {
@@ -49,7 +54,8 @@ class RecordingPlatform : public Platform {
     }
     std::string LastLabel() const { return labels.empty() ? std::string{} : labels.back(); }
 
-    std::vector<std::string> messages, questions, titles, labels, summary;
+    std::vector<std::string> messages, questions, titles, labels, summary, waitTexts;
+    bool waitShown = false;
     std::vector<FileDialogRequest> dialogs;
     std::deque<bool> answers;
     std::deque<std::string> chosenFiles;

@@ -1,0 +1,143 @@
+#include "astrometria/plate_model.h"
+
+#include <cmath>
+
+#include "astrometria/sky_vectors.h"
+#include "catalogo/star_catalogue.h"
+#include "core/errors.h"
+
+namespace tornel {
+
+namespace {
+
+Vector3 ImageVector(const Context& c, double x, double y) {
+    double p = x - c.gAnchoImagen / 2, q = y - c.gAltoImagen / 2, f = c.gFocalEnPixeles;
+    double n = std::sqrt(p * p + q * q + f * f);
+    return {p / n, q / n, f / n};
+}
+
+double Component(Vector3 v, int j) {
+    return j == 1 ? v.x : j == 2 ? v.y : v.z;
+}
+
+double Determinant(Vector3 r1, Vector3 r2, Vector3 r3) {
+    return r1.x * (r2.y * r3.z - r2.z * r3.y) - r1.y * (r2.x * r3.z - r2.z * r3.x) +
+           r1.z * (r2.x * r3.y - r2.y * r3.x);
+}
+
+// Cramer's rule for the system whose rows are r1, r2, r3 and whose right-hand side is b; det is the
+// shared determinant of the rows.
+Vector3 Cramer(Vector3 r1, Vector3 r2, Vector3 r3, Vector3 b, double det) {
+    Vector3 c1{r1.x, r2.x, r3.x}, c2{r1.y, r2.y, r3.y}, c3{r1.z, r2.z, r3.z};
+    auto ofColumns = [](Vector3 a, Vector3 bb, Vector3 cc) {
+        return Determinant({a.x, bb.x, cc.x}, {a.y, bb.y, cc.y}, {a.z, bb.z, cc.z});
+    };
+    return {ofColumns(b, c2, c3) / det, ofColumns(c1, b, c3) / det, ofColumns(c1, c2, b) / det};
+}
+
+// The nine coefficients from three stars: for each sky component j, u_k . (C1j, C2j, C3j) = S_k,j.
+// A singular system raises before anything is written, as the division itself would.
+void SolvePlate(Context& c, const std::array<PlateStar, 3>& stars, PlateMatrix& plate) {
+    FpCheck fp;
+    Vector3 u[3], s[3];
+    for (int k = 0; k < 3; ++k) {
+        u[k] = ImageVector(c, stars[k].x, stars[k].y);
+        s[k] = SkyVector(c, stars[k].ra, stars[k].dec);
+    }
+    double det = Determinant(u[0], u[1], u[2]);
+    PlateMatrix solved = plate;
+    for (int j = 1; j <= 3; ++j) {
+        Vector3 b{Component(s[0], j), Component(s[1], j), Component(s[2], j)};
+        Vector3 col = Cramer(u[0], u[1], u[2], b, det);
+        solved[1][j] = col.x;
+        solved[2][j] = col.y;
+        solved[3][j] = col.z;
+    }
+    fp.Check();
+    plate = solved;
+}
+
+Vector3 Row(const PlateMatrix& m, int i) {
+    return {m[i][1], m[i][2], m[i][3]};
+}
+
+// Image to sky with `plate`, into mRAconvertida and mDECconvertida.
+void ImageToSky(Context& c, const PlateMatrix& plate, double x, double y) {
+    FpCheck fp;
+    Vector3 u = ImageVector(c, x, y);
+    Vector3 v = u.x * Row(plate, 1) + u.y * Row(plate, 2) + u.z * Row(plate, 3);
+    double z = v.z / Norm(v);
+    double dec = ArcSineByTangent(z);
+    double ra = 0;
+    if (v.x == 0) {
+        if (v.y > 0)
+            ra = c.gPi / 2;
+        else if (v.y < 0)
+            ra = c.gPi * 1.5;
+    } else {
+        double t = std::atan(v.y / v.x);
+        if (v.x > 0)
+            ra = v.y >= 0 ? t : 2 * c.gPi + t;
+        else
+            ra = v.y != 0 ? t + c.gPi : t;  // Vy exactly 0 here gives 0, not 180: kept as it always was
+    }
+    double decDeg = dec * c.gRadianesAGrados, raDeg = ra * c.gRadianesAGrados;
+    if (v.x == 0 && v.y == 0) raDeg = c.mRAconvertida;  // the pole at the pixel: the earlier value stays
+    fp.Check();
+    c.mDECconvertida = FpCheck::Finite(decDeg);
+    c.mRAconvertida = FpCheck::Finite(raDeg);
+}
+
+}  // namespace
+
+void ResuelveSistema(Context& c, const std::array<PlateStar, 3>& vertices) {
+    if (c.mFinAnalisis) return;
+    WithTrap(c, "ResuelveSistema", [&] { SolvePlate(c, vertices, c.Cij); });
+}
+
+int32_t ResuelveSistemaPara3estrellasCoefDij(Context& c, int32_t i, int32_t j, int32_t k, int32_t estrellaI,
+                                             int32_t estrellaJ, int32_t estrellaK) {
+    if (c.mFinAnalisis) return 0;
+    bool solved = WithTrap(c, "ResuelveSistemaPara3estrellasCoefDij", [&] {
+        std::array<PlateStar, 3> stars;
+        const int32_t index[3] = {i, j, k}, star[3] = {estrellaI, estrellaJ, estrellaK};
+        for (int n = 0; n < 3; ++n) {
+            const EstrellaImagen& e = c.mSeleccionadasCuadradas.at(static_cast<size_t>(index[n]));
+            LeeCoordenadasEstrella(c, star[n]);
+            stars[n] = {e.x, e.y, c.gEstrellaRA, c.gEstrellaDEC};
+        }
+        SolvePlate(c, stars, c.Dij);
+    });
+    return solved ? 1 : 0;
+}
+
+void CoordenadasCatalogoAimagen(Context& c, double ra, double dec, double& x, double& y) {
+    if (c.mFinAnalisis) return;
+    WithTrap(c, "CoordenadasCatalogoAimagen", [&] {
+        FpCheck fp;
+        Vector3 s = SkyVector(c, ra, dec);
+        // u1*row1 + u2*row2 + u3*row3 = S: the rows of this system are the columns of Cij.
+        Vector3 r1{c.Cij[1][1], c.Cij[2][1], c.Cij[3][1]};
+        Vector3 r2{c.Cij[1][2], c.Cij[2][2], c.Cij[3][2]};
+        Vector3 r3{c.Cij[1][3], c.Cij[2][3], c.Cij[3][3]};
+        Vector3 u = Cramer(r1, r2, r3, s, Determinant(r1, r2, r3));
+        // On the image plane's horizon: far off the image, so that the point cannot be drawn.
+        double k = u.z == 0 ? c.gAnchoImagen * 10 : c.gFocalEnPixeles / u.z;
+        double px = c.gAnchoImagen / 2 + k * u.x, py = c.gAltoImagen / 2 + k * u.y;
+        fp.Check();
+        x = FpCheck::Finite(px);
+        y = FpCheck::Finite(py);
+    });
+}
+
+void CoordenadasImagenAesfericas(Context& c, double x, double y) {
+    if (c.mFinAnalisis) return;
+    WithTrap(c, "CoordenadasImagenAesfericas", [&] { ImageToSky(c, c.Cij, x, y); });
+}
+
+void CoordenadasImagenAesfericasConCoefDij(Context& c, double x, double y) {
+    if (c.mFinAnalisis) return;
+    WithTrap(c, "CoordenadasImagenAesfericasConCoefDij", [&] { ImageToSky(c, c.Dij, x, y); });
+}
+
+}  // namespace tornel

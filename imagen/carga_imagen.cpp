@@ -1,0 +1,226 @@
+// The one door through which an image file enters: summary head, choice of reader by extension,
+// BMP and JPG pictures, and the date of the image.
+#include <string>
+
+#include "core/build_info.h"
+#include "core/clock.h"
+#include "core/errors.h"
+#include "core/files.h"
+#include "core/language.h"
+#include "core/numbers.h"
+#include "imagen/fits.h"
+#include "imagen/imagen.h"
+#include "imagen/picture_files.h"
+#include "imagen/pixel/tornel_pixel.h"
+#include "resultados/resumen.h"
+
+namespace tornel {
+
+namespace {
+
+void OriginLine(Context& c) {
+    switch (c.gOrigenImagen) {
+        case 0:
+            ParaResumen(c, "Ruta de la imagen.", "Chemin de l'image.", "Image path.");
+            break;
+        case 1:
+            ParaResumen(c, "Imagen del último mensaje.", "Image du dernier message.",
+                        "Image from last message.");
+            break;
+        case 2:
+            ParaResumen(c, "Imagen más reciente.", "Image la plus récente.", "Most recent image.");
+            break;
+        case 5:
+            ParaResumen(c, "Esperar mensaje.", "Attendre un message.", "Wait for message.");
+            break;
+        case 6:
+            ParaResumen(c, "Esperar imagen.", "Attendre une image.", "Wait for image.");
+            break;
+        default: {
+            std::string n = std::to_string(c.gOrigenImagen);
+            ParaResumen(c, "Modo " + n, "Mode " + n, "Mode " + n);
+            break;
+        }
+    }
+}
+
+void SummaryHead(Context& c) {
+    ParaResumen(c, "      ** MODO **", "      ** MODE **", "      ** MODE **");
+    OriginLine(c);
+    if (c.gMostrarAvisos)
+        ParaResumen(c, "Mostrar mensajes de error = SI", "Afficher les messages d'erreur = OUI",
+                    "Show error messages = YES");
+    else
+        ParaResumen(c, "Mostrar mensajes de error = NO", "Afficher les messages d'erreur = NON",
+                    "Show error messages = NO");
+    std::string versions = std::string(TORNEL_VERSION_TEXT) + ". Tornel.dll ";
+    ParaResumen(c, "Versión de Tornel.exe: " + versions + "versión: " + c.gVersionDLL,
+                "Version de Tornel.exe: " + versions + "version: " + c.gVersionDLL,
+                "Tornel.exe version: " + versions + "version: " + c.gVersionDLL);
+    LocalTime now = ToLocalTime(c.platform.Now());
+    std::string date = LongDate(now) + " " + LongTime(now);
+    ParaResumen(c, "Fecha: " + date, "Date: " + date, "Date: " + date);
+    ParaResumen(c, "      ** IMAGEN **", "      ** IMAGE **", "      ** IMAGE **");
+    ParaResumen(c, "Imagen: " + c.gRutaImagen, "Image: " + c.gRutaImagen, "Image: " + c.gRutaImagen);
+}
+
+// Levels of the other kind of image come into force when the kind changes.
+void SwitchLevels(Context& c, const std::string& tipo) {
+    bool wasFit = c.gTipoImagen == "fit";
+    if (tipo != "fit" && wasFit) {
+        c.gNegroActual = c.gNegroBMP;
+        c.gBlancoActual = c.gBlancoBMP;
+    } else if (tipo == "fit" && (c.gTipoImagen == "jpg" || c.gTipoImagen == "bmp")) {
+        c.gNegroActual = c.gNegroFit;
+        c.gBlancoActual = c.gBlancoFit;
+    }
+    c.gTipoImagen = tipo;
+}
+
+bool TwoDigits(const std::string& t, size_t place, size_t length, int32_t& value) {
+    // Places count from 1, as in the card: the quote stands in place 1.
+    if (t.size() < place - 1 + length) return false;
+    std::string field = t.substr(place - 1, length);
+    for (char ch : field)
+        if (ch < '0' || ch > '9') return false;
+    value = static_cast<int32_t>(std::stol(field));
+    return true;
+}
+
+// DATE-OBS of the header as 'YYYY-MM-DDThh:mm:ss', else the clock of the machine.
+void ImageDate(Context& c) {
+    const std::string& f = c.mFechaObs;
+    int32_t v[6] = {};
+    bool fromHeader = !f.empty() && TwoDigits(f, 2, 4, v[0]) && TwoDigits(f, 7, 2, v[1]) &&
+                      TwoDigits(f, 10, 2, v[2]) && TwoDigits(f, 13, 2, v[3]) && TwoDigits(f, 16, 2, v[4]) &&
+                      TwoDigits(f, 19, 2, v[5]);
+    if (!fromHeader) {
+        LocalTime now = ToLocalTime(c.platform.Now());
+        v[0] = now.year, v[1] = now.month, v[2] = now.day, v[3] = now.hour, v[4] = now.minute;
+        v[5] = now.second;
+    }
+    c.mAnioObs = v[0], c.mMesObs = v[1], c.mDiaObs = v[2];
+    c.mHoraObs = v[3], c.mMinutoObs = v[4], c.mSegundoObs = v[5];
+    if (fromHeader) {
+        std::string d = f.substr(1, 19);
+        ParaResumen(c, "DATE-OBS = " + d + " en la cabecera FITS.",
+                    "DATE-OBS = " + d + " dans l'entête FITS.", "DATE-OBS = " + d + " in FITS header.");
+    } else if (c.gTipoImagen == "fit") {
+        ParaResumen(c, "No hay DATE-OBS en la cabecera FITS.", "Pas de DATE-OBS dans l'entête FITS.",
+                    "No  DATE-OBS in the FITS header.");
+    } else {
+        ParaResumen(c, "Fichero BMP o JPG. DATE-OBS del reloj del PC.",
+                    "Fichier BMP ou JPG. DATE-OBS de l'horloge du PC.",
+                    "BMP or JPG file. DATE-OBS from PC clock.");
+    }
+}
+
+void NotLoaded(Context& c) {
+    AvisoResulYresumen(c, "Imagen no cargada.", "Image non chargée.", "Image not loaded.");
+    VisuTitulo(c, "Imagen no cargada.", "Image non chargée.", "Image not loaded.");
+    c.mFinAnalisis = true;
+    c.gUltimoError = "Image not loaded.";
+}
+
+}  // namespace
+
+void CargaBmp(Context& c, const std::string& ruta, const std::string& tipo) {
+    if (c.mFinAnalisis) return;
+    WithTrap(c, "CargaBmp", [&] {
+        // Reversal is only the order in which the rows are asked for.
+        RowOrder order = c.gImagenInvertida == 1 ? RowOrder::TopFirst : RowOrder::BottomFirst;
+        Picture picture;
+        c.mPixelesBMP = {};
+        bool read = tipo == "jpg" ? ReadJpg(ruta, order, picture) : ReadBmp(ruta, order, picture);
+        if (!read) {
+            NotLoaded(c);
+            return;
+        }
+        const int32_t w = picture.width, h = picture.height;
+        double reduction = c.gFactorReduccion;
+        c.mAnchoVisu = ToLong(w / reduction);
+        c.mAltoVisu = ToLong(h / reduction);
+        if (static_cast<int64_t>(w) * h == 0) {
+            ParaResumen(c, "Imagen no válida.", "Image non valide.", "Invalid image.");
+            c.mFinAnalisis = true;
+            return;
+        }
+        // The pixel library takes 16-bit sizes.
+        const int16_t ancho = CheckInteger(w), alto = CheckInteger(h);
+        c.gPixelesX = w;
+        c.gPixelesY = h;
+        const auto cells = (static_cast<size_t>(w) + 1) * (static_cast<size_t>(h) + 1);
+        c.mImagenFit = {};
+        ReallocateZeroed(c.mBrillo, cells);
+        ReallocateZeroed(c.mContorno, cells);
+        c.contourMarkBase = 0;
+        c.mPixelesBMP = std::move(picture.pixels);
+        c.mInfoBMP = InfoBitmap{40, w, c.gImagenInvertida == 1 ? -h : h, 1, 32};
+        c.gBrilloMaximo = bmp32_a_brillo(c.mPixelesBMP.data(), c.mBrillo.data(), ancho, alto);
+        c.platform.ImageChanged();
+        c.gImagenCargada = true;
+    });
+}
+
+void CargaImagen(Context& c) {
+    if (c.mFinAnalisis) return;
+    WithTrap(c, "CargaImagen", [&] {
+        c.gImagenCargada = false;
+        c.gPixelesX = 0;
+        c.gPixelesY = 0;
+        c.mFechaObs.clear();
+        SummaryHead(c);
+        if (c.gRutaImagen.empty()) {
+            c.mFinAnalisis = true;
+            ParaResumen(c, "La ruta de la imagen no existe.", "Le chemin de l'image n'existe pas.",
+                        "Image path does not exist.");
+            VisuTitulo(c, "La ruta de la imagen no existe", "Le chemin de l'image n'existe pas",
+                       "Image path does not exist");
+            return;
+        }
+        if (!FileExists(c.gRutaImagen)) {
+            c.mFinAnalisis = true;
+            ParaResumen(c, "No se encuentra el fichero de la imagen.", "Fichier image non trouvé.",
+                        "Can't find the image file.");
+            VisuTitulo(c, "No se encuentra el fichero de la imagen.", "Fichier image non trouvé.",
+                       "Can't find the image file.");
+            LabelResul(c, "No se encuentra el fichero de la imagen.", "Fichier image non trouvé.",
+                       "Can't find the image file.");
+            return;
+        }
+        PoneTitulo(
+            c, "TORNEL - " + c.gRutaImagen + " - " +
+                   Pick(c, "Cargando la imagen ...", "Chargement de l'image ...", "Loading the image ..."));
+        const std::string& ext = c.gExtensionImagen;
+        if (ext == "bmp" || ext == "jpg") {
+            SwitchLevels(c, ext);
+            CargaBmp(c, c.gRutaImagen, ext);
+        } else if (ext == "fit" || ext == "fits" || ext == "fts") {
+            SwitchLevels(c, "fit");
+            CargaFit(c);
+        } else {
+            c.mFinAnalisis = true;
+            ParaResumen(c, "Tipo de imagen no válido: " + ext + ".", "Type d'image non valide: " + ext + ".",
+                        "Invalid image type: " + ext + ".");
+            VisuTitulo(c, "Tipo de imagen no válido: " + ext + ".", "Type d'image non valide: " + ext + ".",
+                       "Invalid image type: " + ext + ".");
+            c.gUltimoError = "Invalid image type.";
+            return;
+        }
+        std::string w = std::to_string(c.gPixelesX), h = std::to_string(c.gPixelesY);
+        ParaResumen(c, "Tamaño: " + w + "x" + h + " pixeles.", "Taille: " + w + "x" + h + " pixels.",
+                    "Size: " + w + "x" + h + " pixels.");
+        if (c.gOrigenImagen != 5 && (c.gPixelesX != c.gAnchoAnterior || c.gPixelesY != c.gAltoAnterior)) {
+            // The old rectangle no longer fits the image.
+            c.gAreaImagen = 0;
+            c.platform.ClearRectangle();
+        }
+        c.gAnchoAnterior = c.gPixelesX;
+        c.gAltoAnterior = c.gPixelesY;
+        if (c.mFinAnalisis) return;
+        ImageDate(c);
+        VisuTitulo(c, "Imagen cargada.", "Image chargée.", "Image loaded.");
+    });
+}
+
+}  // namespace tornel
