@@ -67,6 +67,14 @@ Exit status: 0 done; 1 failed (or an invariant does not hold); 2 bad usage.
 
 constexpr int kExitFailed = 1, kExitUsage = 2;
 
+// The console platform without the wait lines of the region index rebuild: the builder prints its
+// own progress.
+class BuilderPlatform : public ConsolePlatform {
+  public:
+    BuilderPlatform() : ConsolePlatform(std::cout, std::cerr) {}
+    void ShowWait(const std::string&) override {}
+};
+
 struct Args {
     std::string command;
     std::map<std::string, std::string> values;
@@ -154,8 +162,8 @@ bool ReadTunables(Args& a, BuildOptions& o, const std::vector<std::string>& extr
     return true;
 }
 
-int Info(const std::string& dir) {
-    FolderReport r = InspectDatabase(dir);
+int Info(Platform& platform, const std::string& dir) {
+    FolderReport r = InspectDatabase(platform, dir);
     std::cout << "Database folder " << dir << "\n";
     for (const auto& f : r.facts)
         std::cout << "  " << f << "\n";
@@ -178,8 +186,9 @@ int Build(Args& a) {
     BuildInputs inputs;
     std::cout << "Reading the catalogues\n";
     BuildReport report;
+    BuilderPlatform platform;
     if (!LoadInputs(a.items, inputs, error, &std::cout) ||
-        !BuildDatabase(inputs, o, a.values["--out"], &std::cout, error, &report)) {
+        !BuildDatabase(platform, inputs, o, a.values["--out"], &std::cout, error, &report)) {
         std::cerr << "tornel-db build: " << error << "\n";
         return kExitFailed;
     }
@@ -203,14 +212,14 @@ int Default(Args& a) {
         std::cerr << "tornel-db default: the program folder cannot be made\n";
         return kExitFailed;
     }
-    ConsolePlatform platform(std::cout, std::cerr);
+    BuilderPlatform platform;
     std::string error;
     DefaultResult result;
     if (!MakeDefaultDatabase(platform, home, o, database, DefaultSources{}, &std::cout, error, result)) {
         std::cerr << "tornel-db default: " << error << "\n";
         return kExitFailed;
     }
-    return Info(result.databaseFolder);
+    return Info(platform, result.databaseFolder);
 }
 
 int Synth(Args& a) {
@@ -299,7 +308,8 @@ int Main(int argc, char** argv) {
             std::cerr << "tornel-db info: needs one folder\n";
             return kExitUsage;
         }
-        return Info(a.items[0]);
+        BuilderPlatform platform;
+        return Info(platform, a.items[0]);
     }
     std::cerr << "tornel-db: unknown command " << a.command << "\n";
     return kExitUsage;
