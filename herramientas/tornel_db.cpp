@@ -39,11 +39,15 @@ Commands:
   synth-catalog --out FILE [--stars N] [--seed S] [--faintest MAG]
       A seeded full-sky random star CSV (200000 stars, seed 1, magnitude 12 unless given).
   render --ra DEG --dec DEG --scale ARCSEC_PER_PX [--angle DEG] [--width PX] [--height PX]
-         [--mirror] [--missing FRACTION] [--added N] [--jitter MAG] [--seed S] --truth FILE INPUT...
+         [--mirror] [--missing FRACTION] [--added N] [--jitter MAG] [--seed S]
+         [--psf SIGMA_PX] [--sky COUNTS] [--noise COUNTS] [--hot-pixels N] [--mag-zero MAG]
+         [--out IMAGE] --truth FILE INPUT...
       Projects the catalogue INPUT... onto an image of that centre, scale, angle and size (1024 x 768,
-      angle 0 unless given): the stars that fall on it, some left out and others added, written to the
-      truth file with the field's geometry. North lies toward +y at angle 0; a positive angle turns
-      it toward +x; --mirror flips x.
+      angle 0 unless given), leaves stars out and adds others, renders it (Gaussian PSF of 1.5 px, sky
+      1000 and noise 10 counts, a star of magnitude 20 giving one count) into IMAGE (.fit, .bmp or
+      .jpg) and writes the truth file: the geometry, then x, y, ra, dec, mag, in_catalogue of every
+      star, in the program's pixels (x from 1 at the left, y from 1 at the bottom row). North lies
+      toward +y at angle 0; a positive angle turns it toward +x; --mirror flips x.
 
 Tunables (defaults in brackets):
   --merge-arcsec X      stars of different inputs closer than X are one star [30]
@@ -252,6 +256,7 @@ int Synth(Args& a) {
 int Render(Args& a) {
     FieldGeometry g;
     FieldOptions fo;
+    SensorOptions sensor;
     try {
         auto real = [&](const char* key, double& v) {
             if (a.values.count(key)) v = TextToDouble(a.values[key]);
@@ -262,7 +267,10 @@ int Render(Args& a) {
         real("--ra", g.ra), real("--dec", g.dec), real("--scale", g.arcsecPerPixel), real("--angle", g.angle);
         whole("--width", g.width), whole("--height", g.height), whole("--added", fo.addedStars);
         real("--missing", fo.missingFraction), real("--jitter", fo.magnitudeJitter);
-        if (a.values.count("--seed")) fo.seed = static_cast<uint64_t>(TextToLong(a.values["--seed"]));
+        real("--psf", sensor.psfSigma), real("--sky", sensor.sky), real("--noise", sensor.noise);
+        real("--mag-zero", sensor.magnitudeZero), whole("--hot-pixels", sensor.hotPixels);
+        if (a.values.count("--seed"))
+            fo.seed = sensor.seed = static_cast<uint32_t>(TextToLong(a.values["--seed"]));
     } catch (const std::exception&) {
         std::cerr << "tornel-db render: bad number\n";
         return kExitUsage;
@@ -281,6 +289,10 @@ int Render(Args& a) {
         return kExitFailed;
     }
     auto stars = ProjectField(MergeCatalogs(inputs.stars, BuildOptions{}.mergeRadiusArcsec), g, fo);
+    if (a.values.count("--out") && !WriteFieldImage(a.values["--out"], g, stars, sensor, error)) {
+        std::cerr << "tornel-db render: " << error << "\n";
+        return kExitFailed;
+    }
     if (!WriteTruthFile(a.values["--truth"], g, stars)) {
         std::cerr << "tornel-db render: cannot write " << a.values["--truth"] << "\n";
         return kExitFailed;
