@@ -9,6 +9,7 @@
 #include "astrometria/sky_maths.h"
 #include "core/context.h"
 #include "core/numbers.h"
+#include "core/quiet_platform.h"
 
 namespace tornel::db {
 namespace {
@@ -66,23 +67,8 @@ double AngularDistance(double ra1, double dec1, double ra2, double dec2) {
     return AngleBetween(UnitVector(ra1, dec1), UnitVector(ra2, dec2));
 }
 
-namespace {
-
-// A platform that shows nothing: the meter's context reports no error to anyone.
-class SilentPlatform : public Platform {
-  public:
-    void MessageBox(const std::string&) override {}
-    bool AskYesNo(const std::string&, const std::string&, bool safeDefault) override { return safeDefault; }
-    void SetTitle(const std::string&) override {}
-    void SetResultLabel(const std::string&) override {}
-    void DoEvents() override {}
-    std::optional<std::string> ChooseFile(const FileDialogRequest&) override { return std::nullopt; }
-};
-
-}  // namespace
-
 struct PairMeter::Impl {
-    SilentPlatform platform;
+    QuietPlatform platform;  // the meter reports no error to anyone
     Context c{platform};
 };
 
