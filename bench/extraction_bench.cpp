@@ -13,22 +13,13 @@
 #include <string>
 
 #include "core/parametros.h"
+#include "core/quiet_platform.h"
 #include "core/startup.h"
 #include "herramientas/render/render.h"
 #include "imagen/imagen.h"
 
 namespace tornel {
 namespace {
-
-class QuietPlatform : public Platform {
-  public:
-    void MessageBox(const std::string&) override {}
-    bool AskYesNo(const std::string&, const std::string&, bool safeDefault) override { return safeDefault; }
-    void SetTitle(const std::string&) override {}
-    void SetResultLabel(const std::string&) override {}
-    void DoEvents() override {}
-    std::optional<std::string> ChooseFile(const FileDialogRequest&) override { return std::nullopt; }
-};
 
 // The default threshold of the parameters.
 constexpr double kFixedThreshold = 0.5;

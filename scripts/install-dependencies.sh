@@ -7,6 +7,7 @@ packages=(
     libgtest-dev libgmock-dev libbenchmark-dev
     libjpeg62-turbo-dev
     python3 python3-astropy
+    libsqlite3-dev
 )
 
 missing=()
