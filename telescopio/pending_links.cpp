@@ -1,4 +1,4 @@
-// Stand-ins until the telescope and planetarium links land: neither answers.
+// Stand-ins until the telescope and planetarium links land: neither answers nor is moved.
 #include "telescopio/telescopio.h"
 
 namespace tornel {
@@ -10,5 +10,7 @@ int LeeCentroBusquedaDeCartesDuCielDDE(Context&) {
 int LeeCoordenadasTelescopio(Context& c, double&, double&) {
     return c.gTelescopioAscom.empty() ? 2 : 1;
 }
+
+void Sincroniza(Context&) {}
 
 }  // namespace tornel
