@@ -169,6 +169,10 @@ void AnalizaImagen(Context& c) {
         if (!c.gBasesOK) {
             AvisoResulYresumen(c, "Faltan carpetas o ficheros.", "Base de données ou dossier non trouvé.",
                                "DataBase not found or folder not found.");
+            // The run closes without a failed stage, so the close writes no status: a client polling
+            // tornel.sta must still see that this analysis has ended.
+            c.gUltimoError = "DataBase not found or folder not found.";
+            GrabaTornelSta(c, kEstadoSinSolucion, 0);
             return;
         }
         GrabaTornelSta(c, kEstadoAnalizando, 0);
