@@ -87,6 +87,28 @@ int32_t CalculaDistanciaDeCatalogo(Context& c, int32_t estrella1, int32_t estrel
     return ok ? code : kParError;
 }
 
+namespace {
+
+// The 0..180 measure of a pair once its stars are read; the caller's trap catches the faults.
+void MeasureWestToEast(Context& c, const FpCheck& fp, SkyPoint a, SkyPoint b) {
+    // A west of B on the shorter way round.
+    if (std::fabs(a.ra - b.ra) <= 180 ? a.ra > b.ra : a.ra < b.ra) std::swap(a, b);
+    Vector3 va = SkyVector(c, a.ra, a.dec), vb = SkyVector(c, b.ra, b.dec);
+    PairShape s = DistanceAndMidpoint(va, vb);
+    double distance = s.d * c.gRadianesAGrados;
+    double x = CosineAtMidpoint(vb, s);
+    // Rounding past the pole's direction: the program's fixed 179, not 180.
+    double inclination =
+        1 - x * x < 0 ? (b.dec <= a.dec ? 179 : 0) : ArcCosineByTangent(x) * c.gRadianesAGrados;
+    double meanDec = ArcSineByTangent(s.m.z) * c.gRadianesAGrados;
+    fp.Check();
+    c.gDistanciaAngular = FpCheck::Finite(distance);
+    c.gInclinacion = FpCheck::Finite(inclination);
+    c.gDeclinacionMedia = FpCheck::Finite(meanDec);
+}
+
+}  // namespace
+
 int32_t CalculaAnguloEinclinacion_0a180_DeCatalogo(Context& c, int32_t estrella1, int32_t estrella2) {
     int32_t code = kParHecho;
     bool ok = WithCheckedTrap(c, "CalculaAnguloEinclinacion_0a180_DeCatalogo", [&](const FpCheck& fp) {
@@ -99,22 +121,16 @@ int32_t CalculaAnguloEinclinacion_0a180_DeCatalogo(Context& c, int32_t estrella1
             c.gDeclinacionMedia = a.dec;
             return;
         }
-        // A west of B on the shorter way round.
-        if (std::fabs(a.ra - b.ra) <= 180 ? a.ra > b.ra : a.ra < b.ra) std::swap(a, b);
-        Vector3 va = SkyVector(c, a.ra, a.dec), vb = SkyVector(c, b.ra, b.dec);
-        PairShape s = DistanceAndMidpoint(va, vb);
-        double distance = s.d * c.gRadianesAGrados;
-        double x = CosineAtMidpoint(vb, s);
-        // Rounding past the pole's direction: the program's fixed 179, not 180.
-        double inclination =
-            1 - x * x < 0 ? (b.dec <= a.dec ? 179 : 0) : ArcCosineByTangent(x) * c.gRadianesAGrados;
-        double meanDec = ArcSineByTangent(s.m.z) * c.gRadianesAGrados;
-        fp.Check();
-        c.gDistanciaAngular = FpCheck::Finite(distance);
-        c.gInclinacion = FpCheck::Finite(inclination);
-        c.gDeclinacionMedia = FpCheck::Finite(meanDec);
+        MeasureWestToEast(c, fp, a, b);
     });
     return ok ? code : kParError;
+}
+
+int32_t PairInclinationFromCoordinates(Context& c, double ra1, double dec1, double ra2, double dec2) {
+    bool ok = WithCheckedTrap(c, "CalculaAnguloEinclinacion_0a180_DeCatalogo", [&](const FpCheck& fp) {
+        MeasureWestToEast(c, fp, {ra1, dec1}, {ra2, dec2});
+    });
+    return ok ? kParHecho : kParError;
 }
 
 int32_t CalculaAnguloEinclinacion_0a360_DeCoordenadas(Context& c, double ra1, double dec1, double ra2,

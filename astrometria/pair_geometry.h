@@ -30,6 +30,11 @@ int32_t CalculaDistanciaDeCatalogo(Context& c, int32_t estrella1, int32_t estrel
 // declination. Answers a PairCode.
 int32_t CalculaAnguloEinclinacion_0a180_DeCatalogo(Context& c, int32_t estrella1, int32_t estrella2);
 
+// The same measure of two distinct positions (degrees) instead of two catalogue stars, for a writer
+// of the distance files: gDistanciaAngular, gInclinacion, gDeclinacionMedia. Answers kParHecho, or
+// kParError after an error (reported by the trap of CalculaAnguloEinclinacion_0a180_DeCatalogo).
+int32_t PairInclinationFromCoordinates(Context& c, double ra1, double dec1, double ra2, double dec2);
+
 // Distance, inclination 0..360 and tan(distance / 2) of the pair of points 1 -> 2 (degrees), in
 // this order. A distance of exactly 0 ends at once, leaving gInclinacion and gTanMediaDistancia as
 // they were. Answers kParHecho, or kParError after an error.

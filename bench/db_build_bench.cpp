@@ -4,8 +4,10 @@
 #include <benchmark/benchmark.h>
 
 #include <filesystem>
+#include <iostream>
 #include <random>
 
+#include "consola/console_platform.h"
 #include "herramientas/db/build.h"
 #include "herramientas/db/distance_files.h"
 #include "herramientas/db/star_tables.h"
@@ -28,9 +30,10 @@ void BM_WholeBuild(benchmark::State& state) {
     BuildInputs in;
     in.stars.push_back(SynthesizeCatalog({state.range(0), 3, 12.0, 2.0}));
     auto dir = std::filesystem::temp_directory_path() / "tornel-db-bench";
+    ConsolePlatform platform(std::cout, std::cerr);
     for (auto _ : state) {
         std::string error;
-        if (!BuildDatabase(in, BuildOptions{}, dir.string(), nullptr, error))
+        if (!BuildDatabase(platform, in, BuildOptions{}, dir.string(), nullptr, error))
             state.SkipWithError(error.c_str());
     }
     std::filesystem::remove_all(dir);

@@ -171,6 +171,7 @@ void MeasureDatabase1(const Settings& s, const Sky& sky, const SkyIndex& index) 
         records += static_cast<int64_t>(rings.ring[r].size());
     }
     std::mt19937_64 rng(s.seed);
+    PairMeter meter;
     int64_t pairs = 0, present = 0, fieldsWithTriangle = 0, underLimit = 0, usable = 0;
     std::vector<double> segments, seconds, starsPerField;
     for (int f = 0; f < s.fields; ++f) {
@@ -196,7 +197,7 @@ void MeasureDatabase1(const Settings& s, const Sky& sky, const SkyIndex& index) 
                 const auto &si = sky.stars[field[i].second], &sj = sky.stars[field[j].second];
                 DistanceRecord rec;
                 int32_t ring;
-                if (!RingRecord(si, sj, rec, ring)) continue;
+                if (!RingRecord(meter, si, sj, rec, ring)) continue;
                 ++pairs;
                 bool here = ring >= 1 && ring <= 178 && FindPair(rings.ring[ring], rec);
                 present += here;

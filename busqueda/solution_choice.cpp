@@ -4,7 +4,7 @@
 #include <cmath>
 #include <string>
 
-#include "astrometria/image_angle.h"
+#include "astrometria/angle_calibration.h"
 #include "astrometria/pair_geometry.h"
 #include "astrometria/plate_model.h"
 #include "astrometria/sky_maths.h"
@@ -359,8 +359,8 @@ void AnalisisFinal(Context& c) {
         const Solucion& w = c.mSoluciones.at(static_cast<size_t>(c.mIndiceSolucion));
         PublishSolutionCentre(c, w.ArCentro, w.DeCentro, c.gLadosSolucion);
         if (!PublishImageAngle(c)) c.mFinAnalisis = true;
-        GrabaTornelPos(c);
-        GrabaTornelSta(c, kEstadoSolucion);
+        GrabaTornelPos(c, 1, c.gLadosSolucion);
+        GrabaTornelSta(c, kEstadoSolucion, c.gLadosSolucion);
         Dist_PresentaSolucion(c, c.mIndiceSolucion, c.gLadosSolucion);
         if (!c.gHaySolucion) {
             const std::string r = FormatNumber(c.gARJ2000, "0.000"), d = FormatNumber(c.gDEJ2000, "0.000");

@@ -26,8 +26,11 @@ Tornel star-field solver without a window. It starts as the desktop program does
 parameters of its program folder, checks the folders and the databases, then follows the command line.
 
 Command line (the same as the desktop program's):
-  (nothing)            print the start-up report and end
-  MODE                 0 to 7: set the image origin of the parameters and print the start-up report
+  (nothing)            print the start-up report and end; wait as a mailbox daemon when the
+                       parameters' image origin is 5 or 6
+  MODE                 0 to 4, 7: set the image origin and print the start-up report
+                       5: wait for message files in the mailbox folder and obey them
+                       6: wait for new images in the mailbox folder and analyse them
                        8: analyse the image of the parameters and end
   8 IMAGE              analyse IMAGE (a path without blanks) and end
   8 IMAGE RA           the same, searching around right ascension RA (degrees; brought into 0..360)
@@ -46,8 +49,13 @@ param.txt; it is created on the first start. A second program on the same folder
 
 While an analysis runs, SIGINT (Ctrl-C) asks the search to stop; SIGTERM stops it and ends.
 
+Mailbox daemon (image origin 5 or 6): it writes tornel.sta, tornel.pos and tornel.aqi in the mailbox
+folder and runs until the message command "EXE exitTornel", SIGTERM or SIGINT; an analysis under way
+is stopped first. It ends saving the parameters and closing its files.
+
 Exit status: 0 solved; 1 not solved (or nothing to solve); 2 bad usage, no program folder, another
-program on the same folder, or folders and databases not found.
+program on the same folder, or folders and databases not found. As a mailbox daemon: 0 when asked to
+end or when a command leaves the waiting modes; 2 when the mailbox folder is missing.
 )";
 
 struct Options {
@@ -110,6 +118,24 @@ void StartUpReport(const Context& c, std::ostream& out) {
     out << "\n\n" << InformeConfiguracion(c);
 }
 
+// Waits on the mailbox until asked to end or until nothing is watched any more.
+int RunMailboxDaemon(Context& c, ConsolePlatform& platform, TimerLoop& timers) {
+    std::cerr << "tornel-cli: watching the mailbox folder " << c.gCarpetaMensajes << "\n";
+    while (!c.mProgramaTerminado && timers.AnyEnabled()) {
+        platform.WaitForSignal(static_cast<int>(timers.UntilNextDue().count()));
+        timers.RunDue();
+    }
+    bool asked = c.mProgramaTerminado, waiting = c.gOrigenImagen == 5 || c.gOrigenImagen == 6;
+    Form_Unload(c);
+    if (asked) return kExitSolved;
+    if (waiting) {
+        std::cerr << "tornel-cli: the mailbox folder " << c.gCarpetaMensajes << " cannot be watched\n";
+        return kExitUsage;
+    }
+    std::cerr << "tornel-cli: the program no longer waits (image origin " << c.gOrigenImagen << ")\n";
+    return kExitSolved;
+}
+
 int Run(int argc, char** argv) {
     Options o = ParseOptions(argc, argv);
     if (o.help) {
@@ -134,9 +160,10 @@ int Run(int argc, char** argv) {
     c.gCarpetaPrograma = home;
     TimerLoop timers(c);
     platform.SetEventHook([&] { timers.RunDue(); });
+    bool daemon = false;
     platform.SetSignalHandler([&](int signal) {
         if (c.gAnalizando) c.gDetenerAnalisis = true;
-        if (signal == SIGTERM || !c.gAnalizando) c.mProgramaTerminado = true;
+        if (daemon || signal == SIGTERM || !c.gAnalizando) c.mProgramaTerminado = true;
     });
 
     if (o.version) {
@@ -145,6 +172,10 @@ int Run(int argc, char** argv) {
         return kExitSolved;
     }
     Form_Load(c, Join(o.items));
+    if (!c.gAnalizaYsale && (c.gOrigenImagen == 5 || c.gOrigenImagen == 6)) {
+        daemon = true;
+        return RunMailboxDaemon(c, platform, timers);
+    }
     if (!c.gAnalizaYsale) {
         // A missing region index is rebuilt before the report.
         while (!c.mProgramaTerminado && c.timers.TimerVarios.Enabled) {

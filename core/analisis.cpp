@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "automatizacion/buzon.h"
 #include "busqueda/busqueda.h"
 #include "core/clock.h"
 #include "core/errors.h"
@@ -130,10 +131,11 @@ bool CentreFromTelescope(Context& c) {
     }
 }
 
-// The picture kinds that the mailbox folder is searched for.
+// The picture kinds that the mailbox folder is searched for. Names ending ".fts" have always been
+// passed over here, though the image reader takes them.
 bool IsImageName(const std::string& name) {
     std::string lower = ToLower(name);
-    for (const char* ext : {".jpg", ".fit", ".fits", ".fts", ".bmp"}) {
+    for (const char* ext : {".jpg", ".fit", ".fits", ".bmp"}) {
         std::string e = ext;
         if (lower.size() >= e.size() && lower.compare(lower.size() - e.size(), e.size(), e) == 0) return true;
     }
@@ -167,9 +169,13 @@ void AnalizaImagen(Context& c) {
         if (!c.gBasesOK) {
             AvisoResulYresumen(c, "Faltan carpetas o ficheros.", "Base de données ou dossier non trouvé.",
                                "DataBase not found or folder not found.");
+            // The run closes without a failed stage, so the close writes no status: a client polling
+            // tornel.sta must still see that this analysis has ended.
+            c.gUltimoError = "DataBase not found or folder not found.";
+            GrabaTornelSta(c, kEstadoSinSolucion, 0);
             return;
         }
-        GrabaTornelSta(c, kEstadoAnalizando);
+        GrabaTornelSta(c, kEstadoAnalizando, 0);
         TratamientoDeLaImagen(c);
         if (c.mFinAnalisis) return;
         ParaResumen(c, "      ** BUSQUEDA **", "      ** RECHERCHE **", "      ** SEARCH **");
@@ -463,8 +469,8 @@ void DespuesDeAnalizaImagen(Context& c) {
         if (c.mFinAnalisis && !(c.mSoloRecentrado && c.mRecentradoHecho))
             LabelResul(c, "Posición no encontrada.", "Position non trouvée.", "Position not found.");
         if (c.mFinAnalisis) {
-            GrabaTornelPos(c);
-            GrabaTornelSta(c, kEstadoFinal);
+            GrabaTornelPos(c, 0, 0);
+            GrabaTornelSta(c, kEstadoSinSolucion, 0);
         }
     });
     c.mFinAnalisis = false;
@@ -592,7 +598,7 @@ std::string ObtieneRutaDeLaImagen(Context& c) {
 
 void LabelResultado_Click(Context& c) {
     if ((c.gOrigenImagen == 5 || c.gOrigenImagen == 6) && c.timers.TimerBuzon.Enabled) {
-        // Ends a wait; the mailbox takes it from here.
+        PasaAlModoRutaImagen(c);
         return;
     }
     if (c.mTextoLabelResultado != Pick(c, kStopEs, kStopFr, kStopEn)) return;

@@ -27,14 +27,15 @@ void AnalisisGeneral(Context& c);
 // Window search around the centre (sky zone 1).
 void AnalizaAmbitoVentanaElemental(Context& c);
 
-// The newest picture of the mailbox folder, or empty.
+// The newest picture (".jpg", ".fit", ".fits", ".bmp") of the mailbox folder, or empty.
 std::string ImagenMasReciente(Context& c);
 // The image path of the last message in the mailbox folder, or empty.
 std::string ObtieneRutaImagenDelMensaje(Context& c);
 // The image path for the image origin in force, or empty.
 std::string ObtieneRutaDeLaImagen(Context& c);
 
-// The result label was clicked: during a search it asks for a stop.
+// The result label was clicked: during a search it asks for a stop; while the mailbox is watched it
+// ends the wait.
 void LabelResultado_Click(Context& c);
 // The analyse button and the blank key.
 void CommandoAnalizar_Click(Context& c);

@@ -141,6 +141,13 @@ std::string ShortestText(long long x) {
     return std::to_string(x);
 }
 
+std::string GeneralText(double x) {
+    if (x == 0) return "0";
+    char buf[64];
+    std::snprintf(buf, sizeof buf, "%.15G", x);
+    return buf;
+}
+
 std::string FormatNumber(double x, std::string_view picture) {
     size_t dot = picture.find('.');
     std::string_view whole = picture.substr(0, dot);

@@ -40,6 +40,9 @@ std::string PointForComma(std::string_view text);
 // Shortest decimal text that reads back as the same number ("0.5", "12", "1.5401385545849523").
 std::string ShortestText(double x);
 std::string ShortestText(long long x);
+// The general number text of other programs' files: at most 15 significant digits, trailing zeros
+// dropped, exponent form "1.5E-05" below 1E-04 and from 1E+15 on.
+std::string GeneralText(double x);
 
 // Picture formats of the user's texts: "0", "00", "000", "0.0", "0.00", "000.00", "#00.0", "#.#"...
 // '0' is a digit always printed, '#' a digit printed when significant; the integer part keeps all its

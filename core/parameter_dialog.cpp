@@ -212,7 +212,7 @@ bool PerfilCargar(Context& c, const std::string& origen) {
     if (!CopyFileAtomically(origen, RutaParametros(c))) return false;
     CargaParametros(c, RutaParametros(c));
     DespuesDeCargaParametros(c);
-    GrabaTornelSta(c, kEstadoEsperando);
+    GrabaTornelSta(c, kEstadoEsperando, 0);
     auto slash = origen.find_last_of('/');
     PoneTitulo(c, "TORNEL - " + (slash == std::string::npos ? origen : origen.substr(slash + 1)));
     return true;

@@ -437,20 +437,6 @@ if (c.gFactorReduccion != 2 && c.gFactorReduccion != 4) c.gFactorReduccion = 1;
 #undef W
 
 // Lines of a text file, without their ends; CR LF and LF are both accepted.
-std::vector<std::string> SplitLines(const std::string& text) {
-    std::vector<std::string> lines;
-    std::string::size_type start = 0;
-    while (start < text.size()) {
-        auto end = text.find('\n', start);
-        if (end == std::string::npos) end = text.size();
-        std::string line = text.substr(start, end - start);
-        if (!line.empty() && line.back() == '\r') line.pop_back();
-        lines.push_back(std::move(line));
-        start = end + 1;
-    }
-    return lines;
-}
-
 void TellOldVersion(Context& c, const std::string& ruta) {
     AvisoIdioma(c, "Versión antigua del fichero de parámetros" + ruta + ". Compruebe los parámetros.",
                 "La version du fichier " + ruta + " est obsolète. Veuillez SVP vérifier les paramètres.",

@@ -52,6 +52,9 @@ class Platform {
     // The small wait window with its label, shown or relabelled, and its removal; it has no button.
     virtual void ShowWait(const std::string& /*text*/) {}
     virtual void HideWait() {}
+    // A waiting mode (5 or 6) began (true) or ended: the analyse button and the search menus are
+    // locked while the mailbox is watched.
+    virtual void SetAutomaticMode(bool /*waiting*/) {}
     // Languages of menus and controls were changed.
     virtual void ApplyLanguage() {}
     // The parameters changed: the window shows them again.

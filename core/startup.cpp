@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <vector>
 
+#include "automatizacion/buzon.h"
 #include "catalogo/triangle_database.h"
 #include "core/build_info.h"
 #include "core/clock.h"
@@ -118,8 +119,7 @@ void InicializaVariables(Context& c) {
     c.gZonaCielo = 1;
     double now = std::chrono::duration<double>(c.platform.Now().time_since_epoch()).count();
     c.gUltimaFechaBuzon = now;
-    c.mFechaUltimoTxt = now;
-    c.mFechaUltimoMen = now;
+    c.mFechaUltimoMensaje = now;
     c.mFechaUltimaImagen = now;
 }
 
@@ -168,6 +168,7 @@ void DespuesDeCargaParametros(Context& c) {
         if (c.gMostrarAvisos) c.platform.MessageBox(ErrorReport(CurrentAsNumbered(), "CambioBaseDatos"));
     }
     c.gBasesOK = ok;
+    ActualizaMenusSegunModo(c);
     c.platform.ApplyParameters();
 }
 
@@ -226,8 +227,13 @@ void Form_Load(Context& c, const std::string& lineaComandos) {
         if (c.gFicherosBD[1][kStarsFile] == 1 && !DatabaseFileExists(c.gCarpetaEstrellas, "region.bin"))
             c.timers.TimerVarios.Enabled = true;
         c.platform.ApplyParameters();
-        GrabaTornelSta(c, kEstadoEsperando);
+        GrabaTornelSta(c, kEstadoEsperando, 0);
+        int16_t origen = c.gOrigenImagen;
         ExtraeLineaComandos(c, lineaComandos);
+        // A mode given on the command line is told at once; modes 5 and 6 start the mailbox.
+        if (c.gOrigenImagen != origen) GrabaTornelSta(c, kEstadoEsperando, 0);
+        c.gInicioEspera = static_cast<float>(SecondsSinceMidnight(c.platform.Now()));
+        ActualizaMenusSegunModo(c);
         if (c.gAnalizaYsale) c.timers.TimerAnalizaYsale.Enabled = true;
     } catch (...) {
         NumberedError e = CurrentAsNumbered();

@@ -1,5 +1,6 @@
 #include "core/timers.h"
 
+#include "automatizacion/buzon.h"
 #include "catalogo/database_choice.h"
 #include "catalogo/regions.h"
 #include "core/analisis.h"
@@ -25,6 +26,7 @@ const TimerBinding kTimers[] = {
     {"TimerAnalizaEnZonaGeneral", &Timers::TimerAnalizaEnZonaGeneral, TimerAnalizaEnZonaGeneral_Timer},
     {"TimerAnalizaAmbito30x30gSinRotacion", &Timers::TimerAnalizaAmbito30x30gSinRotacion,
      TimerAnalizaAmbito30x30gSinRotacion_Timer},
+    {"TimerBuzon", &Timers::TimerBuzon, TimerBuzon_Timer},
 };
 
 }  // namespace
@@ -103,8 +105,7 @@ void TimerExtraer_Timer(Context& c) {
         c.gDetenerAnalisis = false;
     }
     ReportEndAndElapsed(c);
-    GrabaTornelPos(c);
-    GrabaTornelSta(c, kEstadoFinal);
+    GrabaTornelPos(c, 0, 0);
     c.timers.TimerEventos.Enabled = false;
     if (c.events.AvisoTerminado) c.events.AvisoTerminado();
     c.platform.SetBusy(false);

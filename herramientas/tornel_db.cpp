@@ -11,7 +11,6 @@
 #include "herramientas/db/build.h"
 #include "herramientas/db/check.h"
 #include "herramientas/db/default_database.h"
-#include "herramientas/db/field_image.h"
 #include "herramientas/db/projection.h"
 #include "herramientas/db/synth_catalog.h"
 
@@ -40,14 +39,15 @@ Commands:
   synth-catalog --out FILE [--stars N] [--seed S] [--faintest MAG]
       A seeded full-sky random star CSV (200000 stars, seed 1, magnitude 12 unless given).
   render --ra DEG --dec DEG --scale ARCSEC_PER_PX [--angle DEG] [--width PX] [--height PX]
-         [--mirror] [--missing FRACTION] [--added N] [--jitter MAG] [--seed S] --truth FILE
-         [--fits FILE [--noise COUNTS] [--hot-pixels N] [--psf PX]] INPUT...
+         [--mirror] [--missing FRACTION] [--added N] [--jitter MAG] [--seed S]
+         [--psf SIGMA_PX] [--sky COUNTS] [--noise COUNTS] [--hot-pixels N] [--mag-zero MAG]
+         [--out IMAGE] --truth FILE INPUT...
       Projects the catalogue INPUT... onto an image of that centre, scale, angle and size (1024 x 768,
-      angle 0 unless given): the stars that fall on it, some left out and others added, written to the
-      truth file with the field's geometry. North lies toward +y at angle 0; a positive angle turns
-      it toward +x; --mirror flips x. With --fits the field is also rendered as an unsigned 16-bit
-      FITS image: Gaussian stars (--psf sigma, 1.5 pixels) of 2000 counts at magnitude 12 on a sky of
-      1000 with Gaussian noise (--noise, 10) and N hot pixels (--hot-pixels, 0).
+      angle 0 unless given), leaves stars out and adds others, renders it (Gaussian PSF of 1.5 px, sky
+      1000 and noise 10 counts, a star of magnitude 20 giving one count) into IMAGE (.fit, .bmp or
+      .jpg) and writes the truth file: the geometry, then x, y, ra, dec, mag, in_catalogue of every
+      star, in the program's pixels (x from 1 at the left, y from 1 at the bottom row). North lies
+      toward +y at angle 0; a positive angle turns it toward +x; --mirror flips x.
 
 Tunables (defaults in brackets):
   --merge-arcsec X      stars of different inputs closer than X are one star [30]
@@ -70,6 +70,14 @@ Exit status: 0 done; 1 failed (or an invariant does not hold); 2 bad usage.
 )";
 
 constexpr int kExitFailed = 1, kExitUsage = 2;
+
+// The console platform without the wait lines of the region index rebuild: the builder prints its
+// own progress.
+class BuilderPlatform : public ConsolePlatform {
+  public:
+    BuilderPlatform() : ConsolePlatform(std::cout, std::cerr) {}
+    void ShowWait(const std::string&) override {}
+};
 
 struct Args {
     std::string command;
@@ -158,8 +166,8 @@ bool ReadTunables(Args& a, BuildOptions& o, const std::vector<std::string>& extr
     return true;
 }
 
-int Info(const std::string& dir) {
-    FolderReport r = InspectDatabase(dir);
+int Info(Platform& platform, const std::string& dir) {
+    FolderReport r = InspectDatabase(platform, dir);
     std::cout << "Database folder " << dir << "\n";
     for (const auto& f : r.facts)
         std::cout << "  " << f << "\n";
@@ -182,8 +190,9 @@ int Build(Args& a) {
     BuildInputs inputs;
     std::cout << "Reading the catalogues\n";
     BuildReport report;
+    BuilderPlatform platform;
     if (!LoadInputs(a.items, inputs, error, &std::cout) ||
-        !BuildDatabase(inputs, o, a.values["--out"], &std::cout, error, &report)) {
+        !BuildDatabase(platform, inputs, o, a.values["--out"], &std::cout, error, &report)) {
         std::cerr << "tornel-db build: " << error << "\n";
         return kExitFailed;
     }
@@ -207,14 +216,14 @@ int Default(Args& a) {
         std::cerr << "tornel-db default: the program folder cannot be made\n";
         return kExitFailed;
     }
-    ConsolePlatform platform(std::cout, std::cerr);
+    BuilderPlatform platform;
     std::string error;
     DefaultResult result;
     if (!MakeDefaultDatabase(platform, home, o, database, DefaultSources{}, &std::cout, error, result)) {
         std::cerr << "tornel-db default: " << error << "\n";
         return kExitFailed;
     }
-    return Info(result.databaseFolder);
+    return Info(platform, result.databaseFolder);
 }
 
 int Synth(Args& a) {
@@ -247,8 +256,7 @@ int Synth(Args& a) {
 int Render(Args& a) {
     FieldGeometry g;
     FieldOptions fo;
-    double noise = 10, psf = 1.5;
-    int32_t hotPixels = 0;
+    SensorOptions sensor;
     try {
         auto real = [&](const char* key, double& v) {
             if (a.values.count(key)) v = TextToDouble(a.values[key]);
@@ -259,8 +267,10 @@ int Render(Args& a) {
         real("--ra", g.ra), real("--dec", g.dec), real("--scale", g.arcsecPerPixel), real("--angle", g.angle);
         whole("--width", g.width), whole("--height", g.height), whole("--added", fo.addedStars);
         real("--missing", fo.missingFraction), real("--jitter", fo.magnitudeJitter);
-        real("--noise", noise), real("--psf", psf), whole("--hot-pixels", hotPixels);
-        if (a.values.count("--seed")) fo.seed = static_cast<uint64_t>(TextToLong(a.values["--seed"]));
+        real("--psf", sensor.psfSigma), real("--sky", sensor.sky), real("--noise", sensor.noise);
+        real("--mag-zero", sensor.magnitudeZero), whole("--hot-pixels", sensor.hotPixels);
+        if (a.values.count("--seed"))
+            fo.seed = sensor.seed = static_cast<uint32_t>(TextToLong(a.values["--seed"]));
     } catch (const std::exception&) {
         std::cerr << "tornel-db render: bad number\n";
         return kExitUsage;
@@ -279,19 +289,15 @@ int Render(Args& a) {
         return kExitFailed;
     }
     auto stars = ProjectField(MergeCatalogs(inputs.stars, BuildOptions{}.mergeRadiusArcsec), g, fo);
+    if (a.values.count("--out") && !WriteFieldImage(a.values["--out"], g, stars, sensor, error)) {
+        std::cerr << "tornel-db render: " << error << "\n";
+        return kExitFailed;
+    }
     if (!WriteTruthFile(a.values["--truth"], g, stars)) {
         std::cerr << "tornel-db render: cannot write " << a.values["--truth"] << "\n";
         return kExitFailed;
     }
     std::cout << stars.size() << " stars on the field, written to " << a.values["--truth"] << "\n";
-    if (a.values.count("--fits")) {
-        if (noise < 0 || psf <= 0 || hotPixels < 0 ||
-            !WriteFieldImage(a.values["--fits"], g, stars, {noise, hotPixels, psf, fo.seed})) {
-            std::cerr << "tornel-db render: cannot write " << a.values["--fits"] << "\n";
-            return kExitFailed;
-        }
-        std::cout << "Image written to " << a.values["--fits"] << "\n";
-    }
     return 0;
 }
 
@@ -314,7 +320,8 @@ int Main(int argc, char** argv) {
             std::cerr << "tornel-db info: needs one folder\n";
             return kExitUsage;
         }
-        return Info(a.items[0]);
+        BuilderPlatform platform;
+        return Info(platform, a.items[0]);
     }
     std::cerr << "tornel-db: unknown command " << a.command << "\n";
     return kExitUsage;

@@ -1,10 +1,28 @@
 #pragma once
-// The FITS WCS writer: a solved FITS image gets a world coordinate system in its header.
+// The FITS WCS writer: a solved FITS image gets a world coordinate system in its header, a tangent
+// projection about the image centre whose CD matrix is measured on the solved plate (Cij).
+#include <cstdint>
+#include <string>
+
 #include "core/context.h"
 
 namespace tornel {
 
-// Rewrites the header of gRutaImagen with the cards of the solution; nothing when mFinAnalisis.
+// Rewrites gRutaImagen through gRutaImagen + "ConWCS.kkk" with the cards of the solution, earlier
+// WCS cards kept as comments; records the new time stamp for the mailbox. Nothing when mFinAnalisis
+// is set or the cards cannot be composed.
 void GrehacerCabeceraFits(Context& c);
+
+// The WCS block, 80-character cards ending in END. `longitud` is its length in characters, or
+// -1 (north vector of zero length), -2 (declination 90), -3 (declination -90), -4 (not whole cards).
+void FabricaCadenaWCS(Context& c, std::string& cadena, int32_t& longitud);
+
+// A card whose first eight characters name a WCS keyword becomes "COMMENT (**) " + card, cut to 79
+// characters and a blank; `modificada` tells whether it did.
+void CompruebaLineaWCS(std::string& linea, bool& modificada);
+
+// A card value: the general number text, "." for the decimal separator, "E" for the exponent,
+// padded with blanks to 20 characters (a longer text is kept whole).
+std::string DobleAcadenaFIT(double valor);
 
 }  // namespace tornel

@@ -6,6 +6,7 @@ packages=(
     cmake g++ make pkg-config
     libgtest-dev libgmock-dev libbenchmark-dev
     libjpeg62-turbo-dev
+    python3 python3-astropy
     libsqlite3-dev
 )
 

@@ -6,6 +6,8 @@
 #include <bit>
 #include <filesystem>
 
+#include "catalogo/regions.h"
+#include "core/context.h"
 #include "core/files.h"
 #include "core/numbers.h"
 #include "herramientas/db/distance_files.h"
@@ -41,6 +43,7 @@ class StagingFolder {
         for (const auto& n : names_)
             fs::rename(path_ / n, dest_ / n);
     }
+    std::string Folder() const { return path_.string() + "/"; }
     int64_t Bytes(const std::string& name) const {
         std::error_code ec;
         auto s = fs::file_size(path_ / name, ec);
@@ -121,8 +124,8 @@ std::vector<ObjectRecord> ObjectRecords(std::vector<SkyObject> objects) {
     return r;
 }
 
-bool BuildDatabase(const BuildInputs& inputs, const BuildOptions& o, const std::string& folder,
-                   std::ostream* log, std::string& error, BuildReport* reportOut) {
+bool BuildDatabase(Platform& platform, const BuildInputs& inputs, const BuildOptions& o,
+                   const std::string& folder, std::ostream* log, std::string& error, BuildReport* reportOut) {
     BuildReport report;
     Progress total(nullptr, "", "");
     try {
@@ -142,7 +145,15 @@ bool BuildDatabase(const BuildInputs& inputs, const BuildOptions& o, const std::
                  << " regions\n";
         auto est = EstRecords(stars);
         Write(staging, "est.bin", est, report.bytesCommon);
-        Write(staging, "region.bin", RegionRecords(est), report.bytesCommon);
+        {
+            // The region index as the program itself rebuilds it from est.bin.
+            Context c(platform);
+            c.gMostrarAvisos = false;
+            c.gCarpetaEstrellas = staging.Folder();
+            if (!FabricaFicheroRegiones(c)) throw std::runtime_error("cannot write region.bin");
+            staging.File("region.bin");
+            report.bytesCommon += staging.Bytes("region.bin");
+        }
         est = {};
 
         if (o.database1) {

@@ -8,6 +8,10 @@
 #include "herramientas/db/catalog.h"
 #include "herramientas/db/triangle_file.h"
 
+namespace tornel {
+class Platform;
+}
+
 namespace tornel::db {
 
 // Every tunable of a build, at the defaults chosen on the field benchmark (see the README).
@@ -48,8 +52,10 @@ struct BuildReport {
 
 // Builds into a staging folder beside the files and renames each into `folder` at the end, so that
 // a build that fails or is interrupted leaves the old database as it was.
-bool BuildDatabase(const BuildInputs& inputs, const BuildOptions& options, const std::string& folder,
-                   std::ostream* log, std::string& error, BuildReport* report = nullptr);
+// region.bin is made by the program's own rebuild of the index, on `platform`.
+bool BuildDatabase(Platform& platform, const BuildInputs& inputs, const BuildOptions& options,
+                   const std::string& folder, std::ostream* log, std::string& error,
+                   BuildReport* report = nullptr);
 
 // pgc.bin records: sorted by declination, names blank-padded to 26 characters.
 std::vector<ObjectRecord> ObjectRecords(std::vector<SkyObject> objects);

@@ -5,6 +5,10 @@
 #include <filesystem>
 #include <functional>
 
+#include <unistd.h>
+
+#include "catalogo/regions.h"
+#include "core/context.h"
 #include "core/numbers.h"
 #include "herramientas/db/build.h"
 #include "herramientas/db/distance_files.h"
@@ -91,9 +95,9 @@ void CheckStars(const std::vector<EstRecord>& est, FolderReport& out) {
         out.invariants.push_back(f->Done());
 }
 
-void CheckRegions(const std::string& dir, const std::vector<EstRecord>& est, FolderReport& out) {
+void CheckRegions(Platform& platform, const std::string& dir, FolderReport& out) {
     std::vector<RegionRecord> reg;
-    Fault f("region.bin: 9537 records in ascending DeMin, as rebuilt from est.bin");
+    Fault f("region.bin: 9537 records in ascending DeMin, as the program rebuilds it from est.bin");
     if (!ReadRecordFile(dir + "region.bin", reg)) {
         f.Check(false, [] { return std::string("region.bin missing or of a bad length"); });
         out.invariants.push_back(f.Done());
@@ -102,7 +106,20 @@ void CheckRegions(const std::string& dir, const std::vector<EstRecord>& est, Fol
     f.Check(reg.size() == static_cast<size_t>(kRegionCount), [&] { return Text(reg.size()) + " records"; });
     for (size_t i = 1; i < reg.size(); ++i)
         f.Check(reg[i - 1].DeMin <= reg[i].DeMin, [&] { return "record " + Text(i + 1) + " out of order"; });
-    auto rebuilt = RegionRecords(est);
+    // The program's rebuild, in a folder of its own that sees the same est.bin.
+    std::vector<RegionRecord> rebuilt;
+    {
+        fs::path aside = fs::temp_directory_path() / ("tornel-db-info-" + std::to_string(::getpid()));
+        fs::remove_all(aside);
+        fs::create_directories(aside);
+        fs::create_symlink(fs::absolute(dir + "est.bin"), aside / "est.bin");
+        Context c(platform);
+        c.gMostrarAvisos = false;
+        c.gCarpetaEstrellas = aside.string() + "/";
+        if (!FabricaFicheroRegiones(c) || !ReadRecordFile(c.gCarpetaEstrellas + "region.bin", rebuilt))
+            f.Check(false, [] { return std::string("the program could not rebuild the index"); });
+        fs::remove_all(aside);
+    }
     for (size_t i = 0; i < std::min(reg.size(), rebuilt.size()); ++i) {
         const auto &a = reg[i], &b = rebuilt[i];
         f.Check(a.DeMin == b.DeMin && a.DeMax == b.DeMax && a.ArMin == b.ArMin && a.ArMax == b.ArMax &&
@@ -113,11 +130,11 @@ void CheckRegions(const std::string& dir, const std::vector<EstRecord>& est, Fol
 }
 
 // Distance and inclination band of a stored pair against the stars' coordinates.
-bool PairMatches(const NumberedStar& a, const NumberedStar& b, int32_t units, int32_t band, int32_t ring,
-                 int16_t ar10, std::string& why) {
+bool PairMatches(PairMeter& meter, const NumberedStar& a, const NumberedStar& b, int32_t units, int32_t band,
+                 int32_t ring, int16_t ar10, std::string& why) {
     DistanceRecord rec;
     int32_t r;
-    if (!RingRecord(a, b, rec, r)) {
+    if (!RingRecord(meter, a, b, rec, r)) {
         why = "pair not measurable";
         return false;
     }
@@ -136,6 +153,7 @@ bool PairMatches(const NumberedStar& a, const NumberedStar& b, int32_t units, in
 
 void CheckRings(const std::string& dir, const std::vector<EstRecord>& est, FolderReport& out, int64_t& pairs,
                 int64_t& bytes) {
+    PairMeter meter;
     Fault present("rings: Ani001.bin to Ani178.bin present"), sorted("rings: records in ascending Clave");
     Fault ranges("rings: band 0..179, distance 100..29999, ArMedia10 0..3599");
     Fault stars("rings: both stars are in est.bin"),
@@ -160,9 +178,9 @@ void CheckRings(const std::string& dir, const std::vector<EstRecord>& est, Folde
             stars.Check(ia && ib, where);
             if (!ia || !ib) continue;
             std::string why;
-            measure.Check(
-                PairMatches(StarOf(est[ia - 1]), StarOf(est[ib - 1]), units, band, ring, r.ArMedia10, why),
-                [&] { return where() + ": " + why; });
+            measure.Check(PairMatches(meter, StarOf(est[ia - 1]), StarOf(est[ib - 1]), units, band, ring,
+                                      r.ArMedia10, why),
+                          [&] { return where() + ": " + why; });
         }
     }
     for (auto* f : {&present, &sorted, &ranges, &stars, &measure})
@@ -171,6 +189,7 @@ void CheckRings(const std::string& dir, const std::vector<EstRecord>& est, Folde
 
 void CheckPole(const std::string& dir, int32_t pole, const std::vector<EstRecord>& est, FolderReport& out,
                int64_t& pairs, int64_t& bytes) {
+    PairMeter meter;
     std::string name = PoleFileName(pole);
     std::vector<DistanceRecord> recs;
     Fault head(name + ": 74-record head naming contiguous tiles"),
@@ -199,8 +218,8 @@ void CheckPole(const std::string& dir, int32_t pole, const std::vector<EstRecord
             body.Check(inFile, where);
             if (!inFile) continue;
             std::string why;
-            body.Check(PairMatches(StarOf(est[r.EstrellaA - 1]), StarOf(est[r.EstrellaB - 1]), r.Clave, -1,
-                                   -1, r.ArMedia10, why),
+            body.Check(PairMatches(meter, StarOf(est[r.EstrellaA - 1]), StarOf(est[r.EstrellaB - 1]), r.Clave,
+                                   -1, -1, r.ArMedia10, why),
                        [&] { return where() + ": " + why; });
         }
     }
@@ -304,7 +323,7 @@ void CheckTriangles(const std::vector<TriangleRecord>& tri, const std::vector<De
 
 }  // namespace
 
-FolderReport InspectDatabase(const std::string& folderIn) {
+FolderReport InspectDatabase(Platform& platform, const std::string& folderIn) {
     FolderReport out;
     std::string dir = folderIn.empty() || folderIn.back() == '/' ? folderIn : folderIn + "/";
     std::vector<EstRecord> est;
@@ -318,7 +337,7 @@ FolderReport InspectDatabase(const std::string& folderIn) {
                         FormatNumber(static_cast<double>(est.size()) / kRegionCount, "0.0") +
                         " stars per region)");
     CheckStars(est, out);
-    CheckRegions(dir, est, out);
+    CheckRegions(platform, dir, out);
 
     bool db1 = fs::exists(dir + RingFileName(90)) || fs::exists(dir + PoleFileName(0));
     if (db1) {

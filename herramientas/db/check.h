@@ -3,6 +3,10 @@
 #include <string>
 #include <vector>
 
+namespace tornel {
+class Platform;
+}
+
 namespace tornel::db {
 
 struct Invariant {
@@ -19,6 +23,7 @@ struct FolderReport {
 
 // Reads every database file of `folder` (ending in "/" or not). A file that is missing is reported
 // as a failed invariant only when another file of its database is present.
-FolderReport InspectDatabase(const std::string& folder);
+// region.bin is compared with the program's own rebuild of it, made on `platform` aside.
+FolderReport InspectDatabase(Platform& platform, const std::string& folder);
 
 }  // namespace tornel::db

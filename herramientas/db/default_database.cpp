@@ -121,7 +121,7 @@ bool MakeDefaultDatabase(Platform& platform, const std::string& homeIn, const Bu
         if (!LoadInputs({stars, objects}, inputs, error, log)) return false;
         std::error_code ec;
         fs::remove(result.databaseFolder + kStamp, ec);  // a build that fails is not taken as done
-        if (!BuildDatabase(inputs, options, result.databaseFolder, log, error)) return false;
+        if (!BuildDatabase(platform, inputs, options, result.databaseFolder, log, error)) return false;
         if (!WriteFileAtomically(result.databaseFolder + kStamp, stamp)) {
             error = "cannot write " + result.databaseFolder + kStamp;
             return false;

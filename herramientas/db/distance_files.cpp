@@ -26,9 +26,10 @@ SkyIndex IndexOf(const std::vector<NumberedStar>& stars, const std::vector<int32
 
 }  // namespace
 
-bool RingRecord(const NumberedStar& s1, const NumberedStar& s2, DistanceRecord& rec, int32_t& ring) {
+bool RingRecord(PairMeter& meter, const NumberedStar& s1, const NumberedStar& s2, DistanceRecord& rec,
+                int32_t& ring) {
     PairGeometry g;
-    if (!MeasurePair(s1.ra, s1.dec, s2.ra, s2.dec, g)) return false;
+    if (!meter.Measure(s1.ra, s1.dec, s2.ra, s2.dec, g)) return false;
     int32_t units = DistanceUnits(g.distance);
     if (units < kMinDistanceUnits || units > kMaxDistanceUnits) return false;
     auto band = static_cast<int32_t>(std::floor(g.inclination));
@@ -49,6 +50,7 @@ std::array<std::vector<DistanceRecord>, 180> RingFiles(const std::vector<Numbere
                                                        const std::vector<int32_t>& selection,
                                                        const ProgressFn& progress) {
     std::array<std::vector<DistanceRecord>, 180> rings;
+    PairMeter meter;
     SkyIndex index = IndexOf(stars, selection, 0.5);
     const double radius = (kMaxDistanceUnits + 0.5) / 100000.0;
     const auto n = static_cast<int64_t>(selection.size());
@@ -58,7 +60,8 @@ std::array<std::vector<DistanceRecord>, 180> RingFiles(const std::vector<Numbere
             if (j <= i) return;
             DistanceRecord rec;
             int32_t ring;
-            if (RingRecord(si, stars[selection[j]], rec, ring) && ring >= kFirstRing && ring <= kLastRing)
+            if (RingRecord(meter, si, stars[selection[j]], rec, ring) && ring >= kFirstRing &&
+                ring <= kLastRing)
                 rings[ring].push_back(rec);
         });
         if (progress && (i % 4096 == 0 || i + 1 == n)) progress(i + 1, n);
@@ -77,6 +80,7 @@ std::vector<DistanceRecord> PoleFile(int32_t pole, const std::vector<NumberedSta
                                      const std::vector<int32_t>& selection, double tileRadius) {
     SkyIndex index = IndexOf(stars, selection, 0.5);
     std::vector<DistanceRecord> file(2 * kPoleTiles);
+    PairMeter meter;
     for (int32_t t = 1; t <= kPoleTiles; ++t) {
         double ra, dec;
         PoleTileCentre(pole, t, ra, dec);
@@ -89,7 +93,7 @@ std::vector<DistanceRecord> PoleFile(int32_t pole, const std::vector<NumberedSta
                 int32_t ia = selection[members[a]], ib = selection[members[b]];
                 const auto &sa = stars[ia], &sb = stars[ib];
                 PairGeometry g;
-                if (!MeasurePair(sa.ra, sa.dec, sb.ra, sb.dec, g)) continue;
+                if (!meter.Measure(sa.ra, sa.dec, sb.ra, sb.dec, g)) continue;
                 int32_t units = DistanceUnits(g.distance);
                 if (units < kMinDistanceUnits || units > kMaxDistanceUnits) continue;
                 bool aFirst = sa.dec < sb.dec || (sa.dec == sb.dec && sa.id < sb.id);

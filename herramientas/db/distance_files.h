@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "herramientas/db/records.h"
+#include "herramientas/db/sky_geometry.h"
 #include "herramientas/db/star_tables.h"
 
 namespace tornel::db {
@@ -17,7 +18,8 @@ inline constexpr int32_t kPoleTiles = 37;
 
 // One ring record of a pair of est.bin stars (indices into `stars`), or false when the pair is not
 // stored: too short or too long, or a numeric fault. `ring` receives the ring of its midpoint.
-bool RingRecord(const NumberedStar& s1, const NumberedStar& s2, DistanceRecord& rec, int32_t& ring);
+bool RingRecord(PairMeter& meter, const NumberedStar& s1, const NumberedStar& s2, DistanceRecord& rec,
+                int32_t& ring);
 
 // Progress of a long step: called with the items done so far.
 using ProgressFn = std::function<void(int64_t done, int64_t total)>;

@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <fstream>
 #include <numbers>
 #include <random>
 
 #include "core/numbers.h"
+#include "herramientas/render/render.h"
 
 #include "herramientas/db/sky_geometry.h"
 #include "herramientas/db/triangle_file.h"
@@ -68,7 +70,9 @@ std::vector<FieldStar> ProjectField(const std::vector<CatalogStar>& catalogue, c
     for (const auto& s : catalogue) {
         if (Dot(UnitVector(s.ra, s.dec), centre) < cosLimit) continue;
         double x, y;
-        if (!SkyToPixel(g, s.ra, s.dec, x, y) || x < 0 || y < 0 || x >= g.width || y >= g.height) continue;
+        if (!SkyToPixel(g, s.ra, s.dec, x, y) || x < 0.5 || y < 0.5 || x >= g.width + 0.5 ||
+            y >= g.height + 0.5)
+            continue;
         if (o.missingFraction > 0 && Uniform(rng) < o.missingFraction) continue;
         float mag =
             s.mag + static_cast<float>(o.magnitudeJitter > 0 ? o.magnitudeJitter * Gaussian(rng) : 0.0);
@@ -77,7 +81,7 @@ std::vector<FieldStar> ProjectField(const std::vector<CatalogStar>& catalogue, c
     }
     for (int32_t k = 0; k < o.addedStars; ++k) {
         FieldStar a;
-        a.x = Uniform(rng) * g.width, a.y = Uniform(rng) * g.height;
+        a.x = 0.5 + Uniform(rng) * g.width, a.y = 0.5 + Uniform(rng) * g.height;
         PixelToSky(g, a.x, a.y, a.ra, a.dec);
         // Mostly faint, as the stars a catalogue lacks are.
         a.mag = static_cast<float>((faintest > -10 ? faintest : 12.0f) - 3 * Uniform(rng) * Uniform(rng));
@@ -87,6 +91,34 @@ std::vector<FieldStar> ProjectField(const std::vector<CatalogStar>& catalogue, c
     std::stable_sort(out.begin(), out.end(),
                      [](const FieldStar& a, const FieldStar& b) { return a.mag < b.mag; });
     return out;
+}
+
+bool WriteFieldImage(const std::string& path, const FieldGeometry& g, const std::vector<FieldStar>& stars,
+                     const SensorOptions& sensor, std::string& error) {
+    render::Field field;
+    field.width = g.width, field.height = g.height;
+    field.psfSigma = sensor.psfSigma, field.sky = sensor.sky, field.noise = sensor.noise,
+    field.seed = sensor.seed;
+    for (const auto& s : stars)
+        field.stars.push_back({s.x, s.y, std::pow(10.0, -0.4 * (s.mag - sensor.magnitudeZero))});
+    std::mt19937_64 rng(sensor.seed);
+    for (int32_t k = 0; k < sensor.hotPixels; ++k)
+        field.hotPixels.push_back({1 + static_cast<int32_t>(Uniform(rng) * g.width),
+                                   1 + static_cast<int32_t>(Uniform(rng) * g.height),
+                                   5000 + 25000 * Uniform(rng)});
+    const std::string ext = ToLower(std::filesystem::path(path).extension().string());
+    if (ext != ".fit" && ext != ".fits" && ext != ".fts" && ext != ".bmp" && ext != ".jpg" &&
+        ext != ".jpeg") {
+        error = path + ": the image name ends in .fit, .fits, .bmp or .jpg";
+        return false;
+    }
+    const render::Image image = render::Render(field);
+    bool ok =
+        ext == ".bmp" ? render::WriteBmp(path, image, 24, render::BmpRows::BottomUp, sensor.pictureScale)
+        : ext == ".jpg" || ext == ".jpeg" ? render::WriteJpg(path, image, 90, false, sensor.pictureScale)
+                                          : render::WriteFits(path, image, render::FitsStorage::Unsigned);
+    if (!ok) error = "cannot write " + path;
+    return ok;
 }
 
 bool WriteTruthFile(const std::string& path, const FieldGeometry& g, const std::vector<FieldStar>& stars) {

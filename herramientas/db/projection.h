@@ -1,6 +1,8 @@
 #pragma once
 // A camera's view of the catalogue: the gnomonic projection of sky positions into the pixels of an
-// image, as the solver's screen geometry reads them back. Image centre at (width / 2, height / 2).
+// image, as the solver's screen geometry reads them back: pixel x from 1 at the left, y from 1 at the
+// bottom row, pixel n covering n - 0.5 to n + 0.5; the optical centre at (width / 2, height / 2) as the
+// solver takes it.
 // With angle 0 and no mirror, north lies toward +y and east toward -x; a positive angle turns north
 // from +y toward +x; a mirror flips x.
 #include <cstdint>
@@ -49,6 +51,21 @@ std::vector<FieldStar> ProjectField(const std::vector<CatalogStar>& catalogue, c
 }  // namespace tornel::db
 
 namespace tornel::db {
+
+// How the stars of a field look on the sensor, for the image writers.
+struct SensorOptions {
+    double magnitudeZero = 20;      // a star of this magnitude gives one count in all
+    double psfSigma = 1.5;          // pixels
+    double sky = 1000, noise = 10;  // counts
+    int32_t hotPixels = 0;
+    double pictureScale = 0.04;  // counts to 0..255 levels of BMP and JPG
+    uint32_t seed = 1;
+};
+
+// Renders the field and writes it by the name's extension: .fit/.fits (unsigned 16-bit), .bmp
+// (24-bit) or .jpg. False with a sentence when the name has none of them or cannot be written.
+bool WriteFieldImage(const std::string& path, const FieldGeometry& g, const std::vector<FieldStar>& stars,
+                     const SensorOptions& sensor, std::string& error);
 
 // The truth of a rendered field: its geometry in "# key value" lines, then one line per star
 // "x,y,ra_deg,dec_deg,mag,in_catalogue", brightest first. False when it cannot be written.

@@ -6,29 +6,20 @@
 #include <string>
 #include <vector>
 
+#include "catalogo/star_records.h"
+
 namespace tornel::db {
 
-// est.bin
-struct EstRecord {
-    static constexpr int kSize = 12;
-    int32_t Id = 0, Ar = 0, De = 0;  // Ar, De in millionths of a degree
-};
-// region.bin
-struct RegionRecord {
-    static constexpr int kSize = 20;
-    int32_t DeMin = 0, DeMax = 0, ArMin = 0, ArMax = 0, Region = 0;
-};
+// The star files' records are the readers' own.
+using EstRecord = RegEstrella;     // est.bin
+using RegionRecord = RegRegion;    // region.bin
+using DecRecord = RegEstrellaDEC;  // estDEC_ID1x1g.bin
+
 // Ani001.bin .. Ani178.bin, pole000.bin, pole179.bin
 struct DistanceRecord {
     static constexpr int kSize = 14;
     int32_t Clave = 0, EstrellaA = 0, EstrellaB = 0;
     int16_t ArMedia10 = 0;
-};
-// estDEC_ID1x1g.bin
-struct DecRecord {
-    static constexpr int kSize = 16;
-    int32_t Id = 0, PosicionOrdenId = 0;
-    float Ar = 0, De = 0;  // degrees
 };
 // tri2g02.bin
 struct TriangleRecord {
@@ -42,6 +33,16 @@ struct ObjectRecord {
     float ObjetoRA = 0, ObjetoDEC = 0, ObjetoTamano = 0;
     char ObjetoNombre[26] = {};
 };
+
+// Length of a record in its file.
+template <class R>
+constexpr int kRecordSize = R::kSize;
+template <>
+inline constexpr int kRecordSize<EstRecord> = kLongitudRegEstrella;
+template <>
+inline constexpr int kRecordSize<RegionRecord> = kLongitudRegRegion;
+template <>
+inline constexpr int kRecordSize<DecRecord> = kLongitudRegEstrellaDEC;
 
 namespace packing {
 template <class T>
@@ -63,12 +64,10 @@ inline void Unpack(const char* p, EstRecord& r) {
     packing::Get(p, r.Id), packing::Get(p, r.Ar), packing::Get(p, r.De);
 }
 inline void Pack(const RegionRecord& r, char* p) {
-    packing::Put(p, r.DeMin), packing::Put(p, r.DeMax), packing::Put(p, r.ArMin), packing::Put(p, r.ArMax);
-    packing::Put(p, r.Region);
+    EncodeRegRegion(r, reinterpret_cast<unsigned char*>(p));
 }
 inline void Unpack(const char* p, RegionRecord& r) {
-    packing::Get(p, r.DeMin), packing::Get(p, r.DeMax), packing::Get(p, r.ArMin), packing::Get(p, r.ArMax);
-    packing::Get(p, r.Region);
+    r = DecodeRegRegion(reinterpret_cast<const unsigned char*>(p));
 }
 inline void Pack(const DistanceRecord& r, char* p) {
     packing::Put(p, r.Clave), packing::Put(p, r.EstrellaA), packing::Put(p, r.EstrellaB),
@@ -110,9 +109,9 @@ bool WriteRecordFile(const std::string& path, const R* records, size_t count) {
     const size_t chunk = 1 << 16;
     for (size_t first = 0; first < count; first += chunk) {
         size_t n = std::min(chunk, count - first);
-        buf.resize(n * R::kSize);
+        buf.resize(n * kRecordSize<R>);
         for (size_t i = 0; i < n; ++i)
-            Pack(records[first + i], buf.data() + i * R::kSize);
+            Pack(records[first + i], buf.data() + i * kRecordSize<R>);
         out.write(buf.data(), static_cast<std::streamsize>(buf.size()));
     }
     out.close();
@@ -130,13 +129,13 @@ bool ReadRecordFile(const std::string& path, std::vector<R>& records) {
     std::ifstream in(path, std::ios::binary | std::ios::ate);
     if (!in) return false;
     auto size = static_cast<size_t>(in.tellg());
-    if (size % R::kSize) return false;
+    if (size % kRecordSize<R>) return false;
     in.seekg(0);
     std::vector<char> buf(size);
     if (size && !in.read(buf.data(), static_cast<std::streamsize>(size))) return false;
-    records.resize(size / R::kSize);
+    records.resize(size / kRecordSize<R>);
     for (size_t i = 0; i < records.size(); ++i)
-        Unpack(buf.data() + i * R::kSize, records[i]);
+        Unpack(buf.data() + i * kRecordSize<R>, records[i]);
     return true;
 }
 

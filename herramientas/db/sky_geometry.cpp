@@ -2,9 +2,14 @@
 
 #include <cmath>
 #include <numbers>
+#include <optional>
+#include <string>
 
+#include "astrometria/pair_geometry.h"
 #include "astrometria/sky_maths.h"
+#include "core/context.h"
 #include "core/numbers.h"
+#include "core/quiet_platform.h"
 
 namespace tornel::db {
 namespace {
@@ -62,41 +67,26 @@ double AngularDistance(double ra1, double dec1, double ra2, double dec2) {
     return AngleBetween(UnitVector(ra1, dec1), UnitVector(ra2, dec2));
 }
 
-bool MeasurePair(double ra1, double dec1, double ra2, double dec2, PairGeometry& out) {
-    // Order the pair so that A lies west of B on the shorter way round; the 0..180 inclination does
-    // not depend on it, but the fallback of a rounding fault does.
-    if (std::fabs(ra1 - ra2) <= 180.0 ? ra1 > ra2 : ra1 < ra2) {
-        std::swap(ra1, ra2);
-        std::swap(dec1, dec2);
-    }
+struct PairMeter::Impl {
+    QuietPlatform platform;  // the meter reports no error to anyone
+    Context c{platform};
+};
+
+PairMeter::PairMeter() : impl_(std::make_unique<Impl>()) {
+    impl_->c.gMostrarAvisos = false;
+}
+PairMeter::~PairMeter() = default;
+
+bool PairMeter::Measure(double ra1, double dec1, double ra2, double dec2, PairGeometry& out) {
+    Context& c = impl_->c;
+    if (PairInclinationFromCoordinates(c, ra1, dec1, ra2, dec2) != kParHecho) return false;
+    out.distance = c.gDistanciaAngular;
+    out.inclination = c.gInclinacion;
+    out.midDec = c.gDeclinacionMedia;
+    // The midpoint's right ascension, from the same short-pi vectors.
     Vec3 a = ShortUnitVector(ra1, dec1), b = ShortUnitVector(ra2, dec2);
-    Vec3 m{(a.x + b.x) / 2, (a.y + b.y) / 2, (a.z + b.z) / 2};
-    double norm = std::sqrt(Dot(m, m));
-    if (!(norm > 0)) return false;
-    m = {m.x / norm, m.y / norm, m.z / norm};
-    const Vec3 pole{0, 0, 1};
-    double d = ArcFromHalfChord(HalfChord(a, b));
-    double h = d / 2;
-    double bp = ArcFromHalfChord(HalfChord(b, pole));
-    double mp = ArcFromHalfChord(HalfChord(m, pole));
-    double den = std::sin(h) * std::sin(mp);
-    if (!(den != 0)) return false;
-    double x = (std::cos(bp) - std::cos(h) * std::cos(mp)) / den;
-    double inclination;
-    if (1 - x * x <= 0) {
-        // Out of range by rounding; exactly 1 (a pair along a meridian) is taken the same way
-        // rather than lost.
-        inclination = dec2 <= dec1 ? 179.0 : 0.0;
-    } else {
-        inclination = (std::atan(-x / std::sqrt(1 - x * x)) + 2 * std::atan(1.0)) * kShortRadToDeg;
-    }
-    double midDec = std::atan(m.z / std::sqrt(1 - m.z * m.z)) * kShortRadToDeg;
-    if (!std::isfinite(inclination) || !std::isfinite(midDec) || !std::isfinite(d)) return false;
-    out.distance = d * kShortRadToDeg;
-    out.inclination = inclination;
-    out.midDec = midDec;
-    out.midRa = GradosEntre0y360(std::atan2(m.y, m.x) * kShortRadToDeg);
-    return true;
+    out.midRa = GradosEntre0y360(std::atan2(a.y + b.y, a.x + b.x) * kShortRadToDeg);
+    return std::isfinite(out.midRa);
 }
 
 int32_t DistanceUnits(double distanceDeg) {

@@ -2,6 +2,7 @@
 // Sky geometry of the database builder: unit vectors, distances and the pair inclination stored in
 // the distance rings. Every angle at these interfaces is in degrees.
 #include <cstdint>
+#include <memory>
 
 namespace tornel::db {
 
@@ -33,11 +34,22 @@ struct PairGeometry {
     double midRa = 0;        // right ascension of the midpoint, degrees, 0 to 360
 };
 
-// The program's own measure of a pair (the 0..180 inclination routine of the sky maths, over
-// coordinates in degrees, with its short pi); a pair along a meridian takes the routine's
-// out-of-range fallback instead of its fault. Answers false on a numeric fault (a midpoint on a
-// pole, a degenerate pair). The one place that the rings' inclinations come from.
-bool MeasurePair(double ra1, double dec1, double ra2, double dec2, PairGeometry& out);
+// The program's own measure of pairs: the 0..180 inclination routine of the sky maths, given the
+// coordinates (degrees) instead of star numbers, so that the rings hold what the program computes.
+// The midpoint's right ascension is added. Holds a context of its own.
+class PairMeter {
+  public:
+    PairMeter();
+    ~PairMeter();
+    PairMeter(const PairMeter&) = delete;
+    PairMeter& operator=(const PairMeter&) = delete;
+    // False on a numeric fault of the routine (a pair along a meridian, a midpoint on a pole).
+    bool Measure(double ra1, double dec1, double ra2, double dec2, PairGeometry& out);
+
+  private:
+    struct Impl;
+    std::unique_ptr<Impl> impl_;
+};
 
 // Distance in database units (hundred-thousandths of a degree), rounded half to even.
 int32_t DistanceUnits(double distanceDeg);

@@ -89,53 +89,6 @@ std::vector<EstRecord> EstRecords(const std::vector<NumberedStar>& stars) {
     return r;
 }
 
-namespace {
-
-// The program's partition sort on DeMin, so that equal keys stand in the order it gives them.
-void SortRegions(std::vector<RegionRecord>& w, int64_t from, int64_t to) {
-    int32_t pivot = w[static_cast<size_t>(RoundHalfEven((from + to) / 2.0))].DeMin;
-    int64_t i = from, j = to;
-    do {
-        while (w[i].DeMin < pivot)
-            ++i;
-        while (w[j].DeMin > pivot)
-            --j;
-        if (i <= j) {
-            std::swap(w[i], w[j]);
-            ++i, --j;
-        }
-    } while (i <= j);
-    if (from < j) SortRegions(w, from, j);
-    if (i < to) SortRegions(w, i, to);
-}
-
-}  // namespace
-
-std::vector<RegionRecord> RegionRecords(const std::vector<EstRecord>& est, int32_t regions) {
-    std::vector<RegionRecord> w(regions + 2);  // from 1; one spare as the program allows
-    int64_t current = 0, count = 0;
-    RegionRecord run;
-    for (const auto& s : est) {
-        if (s.Id > current * 100000 + 99999) {
-            if (current > 0 && count + 1 <= regions) {
-                ++count;
-                run.Region = static_cast<int32_t>(current);
-                w[count] = run;
-            }
-            run = {90000000, -900, 360000000, 0, 0};
-            current = static_cast<int64_t>(RoundHalfEven(s.Id / 100000.0));
-        }
-        run.ArMin = std::min(run.ArMin, s.Ar), run.ArMax = std::max(run.ArMax, s.Ar);
-        run.DeMin = std::min(run.DeMin, s.De), run.DeMax = std::max(run.DeMax, s.De);
-    }
-    if (current > 0 && count + 1 <= regions) {
-        run.Region = static_cast<int32_t>(current);
-        w[count + 1] = run;
-    }
-    SortRegions(w, 1, regions);
-    return {w.begin() + 1, w.begin() + 1 + regions};
-}
-
 CellGrid::CellGrid(double size) : size_(size), bands_(static_cast<int32_t>(std::ceil(180.0 / size))) {
     for (int32_t b = 0; b < bands_; ++b) {
         double mid = -90.0 + (b + 0.5) * size;

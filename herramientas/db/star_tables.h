@@ -10,7 +10,7 @@
 
 namespace tornel::db {
 
-inline constexpr int32_t kRegionCount = 9537;
+inline constexpr int32_t kRegionCount = kNumRegiones;
 
 // A star of est.bin: its number and its coordinates as the file holds them.
 struct NumberedStar {
@@ -28,9 +28,6 @@ bool NumberStars(const std::vector<CatalogStar>& catalogue, double bandHeight, s
                  std::string& error, int32_t regions = kRegionCount);
 
 std::vector<EstRecord> EstRecords(const std::vector<NumberedStar>& stars);
-
-// region.bin as the program rebuilds it from est.bin when it is missing, extremes and order alike.
-std::vector<RegionRecord> RegionRecords(const std::vector<EstRecord>& est, int32_t regions = kRegionCount);
 
 // Equal-area cells: declination bands of `size` degrees, each cut into whole cells of about `size`
 // degrees of right ascension. Cell numbers run from 0.

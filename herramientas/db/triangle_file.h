@@ -37,9 +37,9 @@ std::array<double, 3> TriangleSides(const std::vector<DecRecord>& stars, int32_t
 
 struct TriangleChoice {
     std::vector<double> fieldRadii{1.25, 1.75};  // probe fields, degrees
-    double spacing = 0.5;                            // probe centres this fraction of the radius apart
-    int32_t brightest = 10;                          // stars of a probe field that are triangulated
-    bool partial = true;  // also the triangulations of its first 3, 4, ... brightest
+    double spacing = 0.5;                        // probe centres this fraction of the radius apart
+    int32_t brightest = 10;                      // stars of a probe field that are triangulated
+    bool partial = true;                         // also the triangulations of its first 3, 4, ... brightest
 };
 
 // Triangles as a search meets them: for probe fields all over the sky, the Delaunay triangles of each

@@ -8,7 +8,7 @@
 #include <initializer_list>
 #include <vector>
 
-#include "astrometria/image_angle.h"
+#include "astrometria/angle_calibration.h"
 #include "astrometria/pair_geometry.h"
 #include "astrometria/plate_model.h"
 #include "busqueda/polygons.h"

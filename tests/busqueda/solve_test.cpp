@@ -13,8 +13,8 @@
 
 #include "core/numbers.h"
 #include "core/parametros.h"
+#include "core/quiet_platform.h"
 #include "herramientas/db/build.h"
-#include "herramientas/db/field_image.h"
 #include "herramientas/db/projection.h"
 #include "tests/support/recording_platform.h"
 #include "tests/support/temp_folder.h"
@@ -74,7 +74,8 @@ class Solve : public ::testing::Test {
         db::BuildOptions options;
         options.database2 = false;
         std::string error;
-        ASSERT_TRUE(db::BuildDatabase(inputs, options, database, nullptr, error)) << error;
+        QuietPlatform quiet;
+        ASSERT_TRUE(db::BuildDatabase(quiet, inputs, options, database, nullptr, error)) << error;
     }
 
     // The parameters of a run, written by the program's own writer.
@@ -102,7 +103,11 @@ class Solve : public ::testing::Test {
         geometry = g;
         const std::string path = home.File("field.fit");
         auto field = stars ? *stars : db::ProjectField(sky, g, {});
-        EXPECT_TRUE(db::WriteFieldImage(path, g, field, {10, 20, 1.5, 5}));
+        db::SensorOptions sensor;
+        sensor.hotPixels = 20;
+        sensor.seed = 5;
+        std::string error;
+        EXPECT_TRUE(db::WriteFieldImage(path, g, field, sensor, error)) << error;
         return path;
     }
 

@@ -16,6 +16,7 @@
 #include "herramientas/db/star_tables.h"
 #include "herramientas/db/synth_catalog.h"
 #include "herramientas/db/triangle_file.h"
+#include "tests/support/recording_platform.h"
 #include "tests/support/temp_folder.h"
 
 namespace tornel::db {
@@ -50,7 +51,8 @@ class BuiltDatabase : public ::testing::Test {
   protected:
     void SetUp() override {
         std::string error;
-        ASSERT_TRUE(BuildDatabase(Synthetic(30000), SmallOptions(), dir.Path(), nullptr, error, &report))
+        ASSERT_TRUE(
+            BuildDatabase(platform, Synthetic(30000), SmallOptions(), dir.Path(), nullptr, error, &report))
             << error;
         est = Read<EstRecord>(dir, "est.bin");
     }
@@ -61,12 +63,13 @@ class BuiltDatabase : public ::testing::Test {
         return {it->Id, it->Ar / 1e6, it->De / 1e6, 99};
     }
     TempFolder dir;
+    testing::RecordingPlatform platform;
     BuildReport report;
     std::vector<EstRecord> est;
 };
 
 TEST_F(BuiltDatabase, EveryInvariantHoldsAndEveryFileIsThere) {
-    FolderReport r = InspectDatabase(dir.Path());
+    FolderReport r = InspectDatabase(platform, dir.Path());
     for (const auto& i : r.invariants)
         EXPECT_TRUE(i.holds) << i.name << ": " << i.detail;
     EXPECT_TRUE(r.AllHold());
@@ -131,6 +134,7 @@ TEST_F(BuiltDatabase, RingsHoldEveryCloseCataloguePairAtItsMidpoint) {
             if (ring >= 1 && ring <= 178) ++expected[ring];
         }
     int64_t total = 0;
+    PairMeter meter;
     for (int32_t ring = 1; ring <= 178; ++ring) {
         auto recs = Read<DistanceRecord>(dir, RingFileName(ring));
         EXPECT_NEAR(static_cast<double>(recs.size()), static_cast<double>(expected[ring]), 2) << ring;
@@ -145,7 +149,7 @@ TEST_F(BuiltDatabase, RingsHoldEveryCloseCataloguePairAtItsMidpoint) {
             double d = AngularDistance(a.ra, a.dec, b.ra, b.dec);
             EXPECT_NEAR(r.Clave % 100000, d * 100000, 1.0);  // the short pi near RA 360
             PairGeometry g;
-            ASSERT_TRUE(MeasurePair(a.ra, a.dec, b.ra, b.dec, g));
+            ASSERT_TRUE(meter.Measure(a.ra, a.dec, b.ra, b.dec, g));
             EXPECT_EQ(r.Clave / 100000, static_cast<int32_t>(std::floor(g.inclination)));
             EXPECT_EQ(static_cast<int32_t>(std::floor(g.midDec)) + 90, ring);
         }
@@ -272,10 +276,12 @@ TEST_F(BuiltDatabase, ObjectsAreSortedByDeclinationWithPaddedNames) {
 
 TEST(Build, ASmallCatalogueIsRefusedAndTheOldDatabaseStays) {
     TempFolder dir;
+    testing::RecordingPlatform platform;
     std::string error;
-    ASSERT_TRUE(BuildDatabase(Synthetic(12000), SmallOptions(), dir.Path(), nullptr, error)) << error;
+    ASSERT_TRUE(BuildDatabase(platform, Synthetic(12000), SmallOptions(), dir.Path(), nullptr, error))
+        << error;
     std::string before = dir.Read("est.bin");
-    EXPECT_FALSE(BuildDatabase(Synthetic(9000, 3), SmallOptions(), dir.Path(), nullptr, error));
+    EXPECT_FALSE(BuildDatabase(platform, Synthetic(9000, 3), SmallOptions(), dir.Path(), nullptr, error));
     EXPECT_NE(error.find("at least 9537"), std::string::npos) << error;
     EXPECT_EQ(dir.Read("est.bin"), before);
     for (const auto& e : std::filesystem::directory_iterator(dir.Path()))
@@ -284,17 +290,18 @@ TEST(Build, ASmallCatalogueIsRefusedAndTheOldDatabaseStays) {
 
 TEST(Build, CapsSelectTheBrightestStarsOfEachCell) {
     TempFolder dir;
+    testing::RecordingPlatform platform;
     BuildOptions o = SmallOptions();
     o.ringPerCell = 3;
     o.ringCell = 1.0;
     o.database2 = false;
     std::string error;
     BuildReport report;
-    ASSERT_TRUE(BuildDatabase(Synthetic(40000), o, dir.Path(), nullptr, error, &report)) << error;
+    ASSERT_TRUE(BuildDatabase(platform, Synthetic(40000), o, dir.Path(), nullptr, error, &report)) << error;
     EXPECT_LE(report.ringStars, 3 * 41253 / 1 + 400);
     EXPECT_LT(report.ringStars, 40000);
     EXPECT_FALSE(std::filesystem::exists(dir.File("tri2g02.bin")));
-    EXPECT_TRUE(InspectDatabase(dir.Path()).AllHold());
+    EXPECT_TRUE(InspectDatabase(platform, dir.Path()).AllHold());
 }
 
 TEST(Catalogues, MergeDropsStarsOfLaterListsThatEarlierListsHold) {

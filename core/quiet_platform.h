@@ -1,6 +1,9 @@
 #pragma once
-// A platform that shows nothing and answers every question with its safe default: the engine run in
-// a benchmark's own process.
+// A platform that shows nothing and answers every question with its safe default: for work that
+// runs without a user, such as the database builder's measures and the benchmarks.
+#include <optional>
+#include <string>
+
 #include "core/platform.h"
 
 namespace tornel {

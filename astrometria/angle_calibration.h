@@ -1,6 +1,6 @@
 #pragma once
-// The image angle of a solved plate: the direction of celestial north at the image centre, in
-// degrees from +y towards +x.
+// Calibration of the image angle from a solved image. The image angle is the direction of celestial
+// north at the image centre, in degrees from +y towards +x.
 #include <cstdint>
 
 #include "core/context.h"
@@ -11,5 +11,8 @@ namespace tornel {
 // pixel where the pole axis meets the image plane. codigo 0 done, 1 after an error (reported). The
 // angle may come out above 360 or below 0.
 void CalculaNorteCamara(Context& c, double& angulo, int32_t& codigo);
+
+// Measures the image angle on the solution and proposes it, or in the waiting modes sets it.
+void AutoCalibraAngulo(Context& c);
 
 }  // namespace tornel

@@ -1,4 +1,4 @@
-#include "astrometria/image_angle.h"
+#include "astrometria/angle_calibration.h"
 
 #include <cmath>
 

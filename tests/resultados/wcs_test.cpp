@@ -1,0 +1,335 @@
+// The FITS WCS writer: card texts, the CD matrix measured on a plate, the header rewrite record by
+// record, and real images whose rewritten header astropy reads back.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "astrometria/plate_model.h"
+#include "core/files.h"
+#include "core/parametros.h"
+#include "resultados/wcs.h"
+#include "tests/support/test_program.h"
+
+namespace tornel {
+namespace {
+
+using testing::TestProgram;
+
+constexpr size_t kBlock = 2880;
+
+std::string Card(const std::string& text) {
+    std::string card = text;
+    card.resize(80, ' ');
+    return card;
+}
+
+// A FITS file: the cards, END (unless left out), blank cards to the block, then the data bytes.
+std::string FitsBytes(const std::vector<std::string>& cards, const std::string& data, bool withEnd = true) {
+    std::string out;
+    for (const auto& card : cards)
+        out += Card(card);
+    if (withEnd) out += Card("END");
+    while (out.size() % kBlock != 0)
+        out += ' ';
+    return out + data;
+}
+
+std::string DataBytes(size_t size) {
+    std::string data(size, '\0');
+    for (size_t i = 0; i < size; ++i)
+        data[i] = static_cast<char>((i * 7 + i / 2880) % 251);
+    return data;
+}
+
+std::vector<std::string> Cards(const std::string& bytes, size_t from, size_t count) {
+    std::vector<std::string> cards;
+    for (size_t i = 0; i < count; ++i)
+        cards.push_back(bytes.substr((from + i) * 80, 80));
+    return cards;
+}
+
+double CardValue(const std::string& block, const std::string& keyword) {
+    for (size_t at = 0; at + 80 <= block.size(); at += 80)
+        if (block.compare(at, keyword.size(), keyword) == 0) return std::stod(block.substr(at + 10, 70));
+    ADD_FAILURE() << keyword << " missing";
+    return 0;
+}
+
+// An ideal camera: the plate's rows are the sky directions of the image's x and y axes and of its
+// optical axis. North is up and east left, or right when `mirrored`.
+struct PlateProgram : TestProgram {
+    PlateProgram(double ra, double dec, bool mirrored) {
+        c.gAnchoImagen = c.gPixelesX = 800;
+        c.gAltoImagen = c.gPixelesY = 600;
+        c.gFocalEnPixeles = 20000;
+        double a = ra * c.gGradosARadianes, d = dec * c.gGradosARadianes, side = mirrored ? 1 : -1;
+        std::array<double, 3> east{-std::sin(a), std::cos(a), 0};
+        std::array<double, 3> north{-std::sin(d) * std::cos(a), -std::sin(d) * std::sin(a), std::cos(d)};
+        std::array<double, 3> centre{std::cos(d) * std::cos(a), std::cos(d) * std::sin(a), std::sin(d)};
+        for (int j = 0; j < 3; ++j) {
+            c.Cij[1][j + 1] = side * east[j];
+            c.Cij[2][j + 1] = north[j];
+            c.Cij[3][j + 1] = centre[j];
+        }
+        c.gHaySolucion = true;
+        c.gARJ2000 = ra;
+        c.gDEJ2000 = dec;
+    }
+    // Degrees per pixel of the ideal camera at the centre.
+    double Scale() const { return std::atan(1.0 / c.gFocalEnPixeles) / c.gGradosARadianes; }
+};
+
+TEST(WcsCards, NumbersAndKeywords) {
+    EXPECT_EQ(DobleAcadenaFIT(0.1), "0.1" + std::string(17, ' '));
+    EXPECT_EQ(DobleAcadenaFIT(1.5e-05), "1.5E-05             ");
+    EXPECT_EQ(DobleAcadenaFIT(400), "400                 ");
+    EXPECT_EQ(DobleAcadenaFIT(1e15), "1E+15               ");
+    EXPECT_EQ(DobleAcadenaFIT(1.0 / 3), "0.333333333333333   ");
+    EXPECT_EQ(DobleAcadenaFIT(-2.77777777777778e-4), "-0.000277777777777778");  // longer: kept whole
+
+    std::string line = Card("CRVAL1  =            85.274970 /GetImage: RA of reference pixel");
+    bool modificada = false;
+    CompruebaLineaWCS(line, modificada);
+    EXPECT_TRUE(modificada);
+    EXPECT_EQ(line, ("COMMENT (**) CRVAL1  =            85.274970 /GetImage: RA of reference pixel" +
+                     std::string(80, ' '))
+                            .substr(0, 79) +
+                        " ");
+    for (const char* other : {"CRVAL1A =  1", "EQUINOX=  2000", "OBJECT  = 'M42'", "CD1_1"}) {
+        std::string card = other;
+        CompruebaLineaWCS(card, modificada);
+        EXPECT_FALSE(modificada) << other;
+        EXPECT_EQ(card, other);
+    }
+}
+
+// The four CD elements of the block composed for the plate in force.
+std::array<double, 4> CdOf(Context& c) {
+    std::string block;
+    int32_t longitud = 0;
+    FabricaCadenaWCS(c, block, longitud);
+    EXPECT_EQ(longitud, 18 * 80);
+    return {CardValue(block, "CD1_1"), CardValue(block, "CD1_2"), CardValue(block, "CD2_1"),
+            CardValue(block, "CD2_2")};
+}
+
+TEST(WcsCards, BlockAndMatrixFromThePlate) {
+    PlateProgram p(83.82, -5.39, false);
+    std::string block;
+    int32_t longitud = 0;
+    FabricaCadenaWCS(p.c, block, longitud);
+    ASSERT_EQ(block.size(), 18u * 80);
+    EXPECT_EQ(block.substr(0, 80), Card("COMMENT = Tornel is a telescope pointing tool, "));
+    EXPECT_EQ(block.substr(6 * 80, 80),
+              Card("CRPIX1  = 400                  / pixel coordinate x at reference point"));
+    EXPECT_EQ(block.substr(7 * 80, 80), Card("CRVAL1  = 83.82                / RA at image center"));
+    EXPECT_EQ(block.substr(11 * 80, 80), Card("CRVAL2  = -5.39                / DEC at image center"));
+    EXPECT_EQ(block.substr(17 * 80, 80), Card("END"));
+    // North up and east left: RA grows to the left, declination upwards. Measured over 10 arcminutes,
+    // the scale is the centre's to a few parts in a million.
+    double k = p.Scale();
+    auto near = [k](const std::array<double, 4>& cd, const std::array<double, 4>& expected) {
+        for (size_t i = 0; i < 4; ++i)
+            EXPECT_NEAR(cd[i], expected[i] * k, 1e-5 * k) << "CD element " << i;
+    };
+    near(CdOf(p.c), {-1, 0, 0, 1});
+    PlateProgram mirrored(200, 40, true);
+    near(CdOf(mirrored.c), {1, 0, 0, 1});
+    // A reversed image turns the y of both test vectors before the matrix is formed.
+    p.c.gImagenInvertida = 1;
+    near(CdOf(p.c), {-1, 0, 0, -1});
+}
+
+struct RewriteProgram : PlateProgram {
+    RewriteProgram() : PlateProgram(83.82, -5.39, false) {}
+    std::string Rewrite(const std::string& original) {
+        ExtraeNombreDeRuta(c, home.Write("image.fit", original));
+        GrehacerCabeceraFits(c);
+        return home.Read("image.fit");
+    }
+};
+
+TEST(WcsRewrite, EarlierCardsBecomeCommentsInTheirPlace) {
+    RewriteProgram p;
+    std::vector<std::string> cards = {
+        "SIMPLE  =                    T", "EQUINOX =               2000.0 / old",
+        "CRVAL1  =      10.123456789012 / an earlier solution with a long tail", "DATE-OBS= '2009-05-18'"};
+    std::string data = DataBytes(2 * kBlock);
+    p.home.Write("image.fitConWCS.kkk", "left by a run that failed");
+    std::string out = p.Rewrite(FitsBytes(cards, data + std::string(50, 'x')));
+    std::vector<std::string> header = Cards(out, 0, 36);
+    EXPECT_EQ(header[1], Card("COMMENT (**) EQUINOX =               2000.0 / old"));
+    // The old card's tail is cut so that column 80 is a blank.
+    EXPECT_EQ(header[2], "COMMENT (**) CRVAL1  =      10.123456789012 / an earlier solution with a long t ");
+    EXPECT_EQ(header[3], Card("DATE-OBS= '2009-05-18'"));
+    EXPECT_EQ(header[4], Card("COMMENT = WCS coordinates modified by Tornel:"));
+    EXPECT_EQ(header[5], Card("COMMENT = (**) indicates modified WCS line in the original FITS file."));
+    EXPECT_EQ(header[6], Card("COMMENT = Tornel is a telescope pointing tool, "));
+    EXPECT_EQ(header[23], Card("END"));
+    EXPECT_EQ(header[35], Card(""));
+    // The data follows whole records only: the partial one at the end is dropped.
+    EXPECT_EQ(out.substr(kBlock), data);
+    EXPECT_FALSE(FileExists(p.c.gRutaImagen + "ConWCS.kkk"));
+    EXPECT_EQ(p.c.gUltimaFechaBuzon, FileStamp(p.c.gRutaImagen));
+    EXPECT_EQ(p.c.mFechaUltimaImagen, p.c.gUltimaFechaBuzon);
+}
+
+TEST(WcsRewrite, HeadersAtTheEdges) {
+    RewriteProgram p;
+    // END closing a block: 35 cards, a comment and 18 cards take two blocks, and the first block of
+    // data is skipped, as it always was.
+    std::string data = DataBytes(3 * kBlock);
+    std::string out = p.Rewrite(FitsBytes(std::vector<std::string>(35, "HISTORY filler"), data));
+    ASSERT_EQ(out.size(), 4 * kBlock);
+    EXPECT_EQ(Cards(out, 35, 1)[0], Card("COMMENT = WCS coordinates added by Tornel:"));
+    EXPECT_EQ(out.substr(2 * kBlock), data.substr(kBlock));
+    // Without END: only the records and the blanks to the block.
+    out = p.Rewrite(FitsBytes(std::vector<std::string>(40, "HISTORY no end card"), "", false));
+    ASSERT_EQ(out.size(), 2 * kBlock);
+    EXPECT_EQ(out.find("COMMENT = "), std::string::npos);
+    EXPECT_EQ(Cards(out, 40, 1)[0], Card(""));
+}
+
+TEST(WcsRewrite, NothingAtThePolesOrAfterAFailedAnalysis) {
+    std::string original = FitsBytes({"SIMPLE  =                    T"}, DataBytes(kBlock));
+    for (double dec : {90.0, -90.0}) {
+        PlateProgram p(10, dec, false);
+        ExtraeNombreDeRuta(p.c, p.home.Write("pole.fit", original));
+        GrehacerCabeceraFits(p.c);
+        EXPECT_EQ(p.home.Read("pole.fit"), original) << dec;
+        EXPECT_FALSE(FileExists(p.c.gRutaImagen + "ConWCS.kkk"));
+    }
+    RewriteProgram p;
+    p.c.mFinAnalisis = true;
+    EXPECT_EQ(p.Rewrite(original), original);
+    // A missing image is the trap's: reported, the analysis ends.
+    p.c.mFinAnalisis = false;
+    ExtraeNombreDeRuta(p.c, p.home.File("absent.fit"));
+    GrehacerCabeceraFits(p.c);
+    EXPECT_TRUE(p.c.mFinAnalisis);
+    ASSERT_EQ(p.platform.messages.size(), 1u);
+    EXPECT_NE(p.platform.messages[0].find(" GrehacerCabeceraFits"), std::string::npos);
+}
+
+// astropy's reading of a file: sky positions of FITS pixels, the reference pixel and the scale.
+struct AstropyReading {
+    std::vector<std::array<double, 2>> sky;
+    double crpixX = 0, crpixY = 0, scale = 0;
+};
+
+AstropyReading Astropy(const std::string& file, const std::vector<std::array<double, 2>>& pixels,
+                       const std::string& options = "") {
+    std::string command = std::string(TORNEL_PYTHON) + " '" + TORNEL_SOURCE_DIR +
+                          "/tests/resultados/wcs_pixels_to_sky.py' '" + file + "' " + options;
+    for (const auto& px : pixels)
+        command += " " + std::to_string(px[0]) + " " + std::to_string(px[1]);
+    AstropyReading r;
+    FILE* pipe = popen(command.c_str(), "r");
+    if (!pipe) return r;
+    std::string text;
+    char buf[256];
+    while (fgets(buf, sizeof buf, pipe))
+        text += buf;
+    EXPECT_EQ(pclose(pipe), 0) << command;
+    std::istringstream in(text);
+    for (size_t i = 0; i < pixels.size(); ++i) {
+        std::array<double, 2> s{};
+        in >> s[0] >> s[1];
+        r.sky.push_back(s);
+    }
+    std::string word;
+    in >> word >> r.crpixX >> r.crpixY >> word >> r.scale;
+    EXPECT_TRUE(in) << text;
+    return r;
+}
+
+double SeparationDegrees(double ra1, double de1, double ra2, double de2) {
+    const double k = 3.14159265358979323846 / 180;
+    double x = std::sin((de2 - de1) * k / 2), y = std::sin((ra2 - ra1) * k / 2);
+    return 2 * std::asin(std::sqrt(x * x + std::cos(de1 * k) * std::cos(de2 * k) * y * y)) / k;
+}
+
+std::string Header(const std::string& bytes) {
+    for (size_t at = 0; at + 80 <= bytes.size(); at += 80)
+        if (bytes.compare(at, 8, "END     ") == 0) return bytes.substr(0, (at / kBlock + 1) * kBlock);
+    return {};
+}
+
+// Real images: a plate is solved from three pixels placed by the image's reference solution, the
+// header is rewritten, and astropy's reading of it must agree with the plate within a pixel at the
+// centre and the corners, while the data after the header stays byte for byte. The written matrix is
+// a rotation and a scale, as a lens gives; both references are square to 5 parts in 10000, which
+// keeps the corners of the 11-degree tetra3 frame within a pixel.
+TEST(WcsRewrite, AstropyReadsThePlateBackOnRealImages) {
+    struct Image {
+        const char* fits;
+        const char* reference;  // the solution the plate is made from
+        int32_t width, height;
+        bool earlierWcs;
+    };
+    std::string validation = std::string(TORNEL_SOURCE_DIR) + "/../shared/validation/";
+    for (const Image& image :
+         {Image{"sim_randomsky_cas.fits", "sim_randomsky_cas.fits", 1280, 1024, true},
+          Image{"tetra3_alt40_az-135.fits", "tetra3_alt40_az-135.wcs", 1024, 768, false}}) {
+        SCOPED_TRACE(image.fits);
+        TestProgram p;
+        std::string original;
+        ASSERT_TRUE(ReadWholeFile(validation + image.fits, original));
+        const double w = image.width, h = image.height;
+        std::vector<std::array<double, 2>> three = {
+            {0.1 * w, 0.1 * h}, {0.9 * w, 0.2 * h}, {0.5 * w, 0.9 * h}};
+        // The reference's bare projection, about the image centre as a lens has it.
+        AstropyReading truth =
+            Astropy(validation + image.reference, three,
+                    "--core --centre " + std::to_string(w / 2) + " " + std::to_string(h / 2));
+        ASSERT_EQ(truth.sky.size(), 3u);
+
+        Context& c = p.c;
+        c.gPixelesX = image.width, c.gPixelesY = image.height;
+        c.gAnchoImagen = w, c.gAltoImagen = h;
+        c.gFocalEnPixeles = FocalDesdeEscala(truth.scale);
+        std::array<PlateStar, 3> stars;
+        for (size_t i = 0; i < 3; ++i)
+            stars[i] = {three[i][0], three[i][1], truth.sky[i][0], truth.sky[i][1]};
+        ResuelveSistema(c, stars);
+        CoordenadasImagenAesfericas(c, w / 2, h / 2);
+        c.gHaySolucion = true;
+        c.gARJ2000 = c.mRAconvertida;
+        c.gDEJ2000 = c.mDECconvertida;
+        ExtraeNombreDeRuta(c, p.home.Write(image.fits, original));
+        GrehacerCabeceraFits(c);
+        ASSERT_FALSE(c.mFinAnalisis);
+
+        std::vector<std::array<double, 2>> checked = {{w / 2, h / 2}, {1, 1}, {w, 1}, {1, h}, {w, h}};
+        AstropyReading written = Astropy(c.gRutaImagen, checked);
+        ASSERT_EQ(written.sky.size(), checked.size());
+        EXPECT_EQ(written.crpixX, w / 2);  // the new cards are the ones in force
+        EXPECT_EQ(written.crpixY, h / 2);
+        for (size_t i = 0; i < checked.size(); ++i) {
+            CoordenadasImagenAesfericas(c, checked[i][0], checked[i][1]);
+            double pixels =
+                SeparationDegrees(written.sky[i][0], written.sky[i][1], c.mRAconvertida, c.mDECconvertida) *
+                3600 / truth.scale;
+            EXPECT_LT(pixels, 1.0) << "pixel " << checked[i][0] << ", " << checked[i][1];
+        }
+
+        std::string rewritten = p.home.Read(image.fits);
+        std::string before = Header(original), after = Header(rewritten);
+        ASSERT_FALSE(after.empty());
+        EXPECT_EQ(rewritten.substr(after.size()), original.substr(before.size()));
+        bool marked = after.find("COMMENT (**) CRVAL1  =") != std::string::npos;
+        EXPECT_EQ(marked, image.earlierWcs);
+        EXPECT_NE(after.find(image.earlierWcs ? "COMMENT = WCS coordinates modified by Tornel:"
+                                              : "COMMENT = WCS coordinates added by Tornel:"),
+                  std::string::npos);
+    }
+}
+
+}  // namespace
+}  // namespace tornel
