@@ -355,18 +355,20 @@ void AnalisisFinal(Context& c) {
         TrataSoluciones(c);
         if (c.mFinAnalisis) return;
         c.gSolucionSegura = c.gLadosSolucion >= 15;
-        c.gSolucionOK = true;
         const Solucion& w = c.mSoluciones.at(static_cast<size_t>(c.mIndiceSolucion));
         PublishSolutionCentre(c, w.ArCentro, w.DeCentro, c.gLadosSolucion);
         if (!PublishImageAngle(c)) c.mFinAnalisis = true;
         GrabaTornelPos(c, 1, c.gLadosSolucion);
         GrabaTornelSta(c, kEstadoSolucion, c.gLadosSolucion);
         Dist_PresentaSolucion(c, c.mIndiceSolucion, c.gLadosSolucion);
+        c.gSolucionOK = c.gHaySolucion;
         if (!c.gHaySolucion) {
             const std::string r = FormatNumber(c.gARJ2000, "0.000"), d = FormatNumber(c.gDEJ2000, "0.000");
             ParaResumen(c, "Posición no encontrada: AR= " + r + " DE= " + d,
                         "Position non trouvée: AD= " + r + " DEC= " + d,
                         "Position not found: RA= " + r + " DEC= " + d);
+            // A position that did not pass ends the analysis as no solution, status files included.
+            c.mFinAnalisis = true;
         }
         const std::string sides = std::to_string(c.gLadosSolucion) + " (" + std::to_string(c.mLados1) +
                                   " + " + std::to_string(c.mLados2) + " + " +

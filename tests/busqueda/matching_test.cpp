@@ -12,9 +12,11 @@
 #include "astrometria/pair_geometry.h"
 #include "astrometria/plate_model.h"
 #include "busqueda/polygons.h"
+#include "busqueda/screen_geometry.h"
 #include "busqueda/solution_choice.h"
 #include "busqueda/three_stars.h"
 #include "catalogo/distance_database.h"
+#include "core/numbers.h"
 #include "core/parametros.h"
 #include "herramientas/db/projection.h"
 #include "resultados/solution_presentation.h"
@@ -395,6 +397,93 @@ TEST(Presentation, ARotationFittedToAStripOfStarsKeepsTheAngle) {
         CoordenadasCatalogoAimagen(p.c, s.ra, s.dec, x, y);
         EXPECT_LT(std::hypot(x - s.x, y - s.y), 0.5);
     }
+}
+
+// A ring file of hand-made records around the one screen pair of two selected stars.
+class Fishing : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        p.c.gCarpetaDistancias = p.home.MakeFolder("rings");
+        p.c.gPrefijoDistancias = "Ani";
+        p.c.gZonaCielo = 1;
+        p.c.gAnchoImagen = p.c.gAltoImagen = 1000;
+        p.c.gFocalEnPixeles = 100000;
+        p.c.mNumSeleccionadas = 2;
+        p.c.mSeleccionadasCuadradas[1] = {400, 500, 1};
+        p.c.mSeleccionadasCuadradas[2] = {600, 520, 1};
+        CalculaParametrosDeLasDistanciasEnPantalla(p.c, 90 - 89.5, 0);
+        units = ToLong(p.c.mDistanciasPantalla[1][2] / 0.0006);
+        band = static_cast<int32_t>(IntFloor(p.c.mInclinacionesPantalla[1][2]));
+        VaciaSegmentos(p.c);
+    }
+    void Ring(int32_t ring, std::vector<RegDistancia> records) {
+        std::sort(records.begin(), records.end(), [](auto& a, auto& b) { return a.Clave < b.Clave; });
+        std::string bytes;
+        for (const auto& r : records) {
+            testing::PutInt32(bytes, r.Clave);
+            testing::PutInt32(bytes, r.EstrellaA);
+            testing::PutInt32(bytes, r.EstrellaB);
+            bytes.push_back(static_cast<char>(r.ArMedia10 & 0xFF));
+            bytes.push_back(static_cast<char>((r.ArMedia10 >> 8) & 0xFF));
+        }
+        p.home.Write("rings/Ani" + FormatNumber(ring, "000") + ".bin", bytes);
+    }
+    std::vector<int32_t> Caught() const {
+        std::vector<int32_t> stars;
+        for (int32_t k = 1; k <= p.c.mNumSegmentos; ++k)
+            stars.push_back(p.c.mSegmentos[static_cast<size_t>(k)].Catalogo1 +
+                            p.c.mSegmentos[static_cast<size_t>(k)].Catalogo2);
+        std::sort(stars.begin(), stars.end());
+        return stars;
+    }
+    TestProgram p;
+    int32_t units = 0, band = 0;
+};
+
+TEST_F(Fishing, TheBandsAroundTheInclinationAndTheDistanceWithinTheTolerance) {
+    const int32_t key = band * 100000 + units;
+    Ring(90, {{key, 1, 2, 1800},                                         // caught
+              {key, 3, 4, 10},                                           // outside the window in RA
+              {(band + 1) * 100000 + ToLong(units * 1.01), 5, 6, 1790},  // next band, 1 % longer: caught
+              {(band + 2) * 100000 + units, 7, 8, 1800},                 // two bands away
+              {band * 100000 + ToLong(units * 1.05), 9, 10, 1800}});     // 5 % longer
+    int32_t resultado = 0;
+    PescaEnVentana(p.c, 0, 180, 89, 90, resultado);
+    EXPECT_EQ(resultado, 0);
+    EXPECT_EQ(Caught(), (std::vector<int32_t>{3, 11}));
+    EXPECT_TRUE(p.platform.SummaryHas("Ring Ani089.bin not found"));
+    EXPECT_TRUE(p.platform.SummaryHas("**Distances found: 2"));
+    // The star nearer the north pole comes first in a segment whose order says so.
+    const Segmento& s = p.c.mSegmentos[1];
+    EXPECT_EQ(s.Catalogo1, p.c.mOrdenPantalla[1][2] == 1 ? 2 : 1);
+    EXPECT_FALSE(p.c.mFinAnalisis);
+}
+
+TEST_F(Fishing, AWindowAcrossRightAscensionZeroAndAnEmptyCatch) {
+    const int32_t key = band * 100000 + units;
+    Ring(90, {{key, 1, 2, 3599}, {key, 3, 4, 10}, {key, 5, 6, 1800}});
+    int32_t resultado = 0;
+    PescaEnVentana(p.c, 0, 1, 90, 90, resultado);
+    // Both pieces of the window catch. The band above starts its scan at the last records of this
+    // band, whose band is not tested: the one in the window there counts a second time.
+    EXPECT_EQ(Caught(), (std::vector<int32_t>{3, 7, 7}));
+    // Nothing in the window: a window search ends there.
+    VaciaSegmentos(p.c);
+    PescaEnVentana(p.c, 0, 90, 90, 90, resultado);
+    EXPECT_EQ(p.c.mNumSegmentos, 0);
+    EXPECT_TRUE(p.c.mFinAnalisis);
+    EXPECT_TRUE(p.platform.SummaryHas("0 distances found."));
+}
+
+TEST_F(Fishing, MoreSegmentsThanTheArrayHoldsEndTheAnalysis) {
+    const int32_t key = band * 100000 + units;
+    Ring(90, {{key, 1, 2, 1800}, {key, 3, 4, 1800}, {key, 5, 6, 1800}});
+    p.c.gMaxSegmentos = 2;
+    int32_t resultado = 0;
+    PescaEnVentana(p.c, 0, 180, 90, 90, resultado);
+    EXPECT_EQ(resultado, 1);
+    EXPECT_TRUE(p.c.mFinAnalisis);
+    EXPECT_TRUE(p.platform.SummaryHas("Too many selected distances."));
 }
 
 }  // namespace
