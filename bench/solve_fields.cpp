@@ -223,8 +223,11 @@ Field RenderField(const Settings& s, int index, std::mt19937_64& rng) {
         ShortestText(f.g.angle) + " --width " + std::to_string(f.g.width) + " --height " +
         std::to_string(f.g.height) + (f.g.mirror ? " --mirror" : "") +
         " --jitter 0.2 --hot-pixels 30 --noise 10 --seed " + std::to_string(seed % 1000000007) + " --truth " +
-        Quote(f.fits + ".csv") + " --fits " + Quote(f.fits) + " " + Quote(s.catalogue);
-    if (Execute(cmd).status != 0) f.fits.clear();
+        Quote(f.fits + ".csv") + " --out " + Quote(f.fits) + " " + Quote(s.catalogue);
+    if (Execute(cmd).status != 0 || !fs::exists(f.fits)) {
+        std::cerr << "render failed: " << cmd << "\n";
+        f.fits.clear();
+    }
     // What the user knows: the angle to 0.5 degree and the centre to 1.5 degree. A mirrored image is
     // read with its rows reversed, which leaves it unmirrored with its north at 180 - angle.
     f.givenAngle = ProgramAngle(f.g) + (Uniform(rng) - 0.5);
