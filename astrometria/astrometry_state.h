@@ -25,6 +25,9 @@ struct AstrometryState {
     // Last image-to-sky conversion, degrees.
     double mRAconvertida = 0;
     double mDECconvertida = 0;
+    // Image angle of the latest solution, degrees, and whether it could be computed.
+    double mAnguloHallado = 0;
+    bool mHayAngulo = false;
 };
 
 }  // namespace tornel

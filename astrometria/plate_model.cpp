@@ -57,6 +57,76 @@ void SolvePlate(Context& c, const std::array<PlateStar, 3>& stars, PlateMatrix& 
     plate = solved;
 }
 
+// Least squares over all the stars: the normal equations (sum of u u^T) c_j = sum of u S_j.
+void FitPlate(Context& c, const std::vector<PlateStar>& stars, PlateMatrix& plate) {
+    FpCheck fp;
+    double n[3][3] = {}, b[3][3] = {};
+    for (const PlateStar& star : stars) {
+        Vector3 u = ImageVector(c, star.x, star.y), s = SkyVector(c, star.ra, star.dec);
+        const double uu[3] = {u.x, u.y, u.z}, ss[3] = {s.x, s.y, s.z};
+        for (int i = 0; i < 3; ++i)
+            for (int j = 0; j < 3; ++j) {
+                n[i][j] += uu[i] * uu[j];
+                b[i][j] += uu[i] * ss[j];
+            }
+    }
+    Vector3 r1{n[0][0], n[0][1], n[0][2]}, r2{n[1][0], n[1][1], n[1][2]}, r3{n[2][0], n[2][1], n[2][2]};
+    double det = Determinant(r1, r2, r3);
+    PlateMatrix solved = plate;
+    for (int j = 1; j <= 3; ++j) {
+        Vector3 col = Cramer(r1, r2, r3, {b[0][j - 1], b[1][j - 1], b[2][j - 1]}, det);
+        solved[1][j] = col.x;
+        solved[2][j] = col.y;
+        solved[3][j] = col.z;
+    }
+    fp.Check();
+    plate = solved;
+}
+
+using Matrix3 = std::array<std::array<double, 3>, 3>;
+
+// The inverse of the transpose of m, by its cofactors.
+Matrix3 InverseTranspose(const Matrix3& m) {
+    Matrix3 cof{};
+    for (int i = 0; i < 3; ++i)
+        for (int j = 0; j < 3; ++j) {
+            const int i1 = (i + 1) % 3, i2 = (i + 2) % 3, j1 = (j + 1) % 3, j2 = (j + 2) % 3;
+            cof[i][j] = m[i1][j1] * m[i2][j2] - m[i1][j2] * m[i2][j1];
+        }
+    const double det = m[0][0] * cof[0][0] + m[0][1] * cof[0][1] + m[0][2] * cof[0][2];
+    for (auto& row : cof)
+        for (double& v : row)
+            v /= det;
+    return cof;
+}
+
+// The rotation (with a mirror when the stars ask for one) that best carries the image vectors to the
+// sky vectors: the orthogonal factor of sum(S u^T), by Newton's iteration X = (X + X^-T) / 2.
+void FitRotation(Context& c, const std::vector<PlateStar>& stars, PlateMatrix& plate) {
+    FpCheck fp;
+    Matrix3 h{};
+    for (const PlateStar& star : stars) {
+        Vector3 u = ImageVector(c, star.x, star.y), s = SkyVector(c, star.ra, star.dec);
+        const double uu[3] = {u.x, u.y, u.z}, ss[3] = {s.x, s.y, s.z};
+        for (int i = 0; i < 3; ++i)
+            for (int j = 0; j < 3; ++j)
+                h[i][j] += ss[i] * uu[j];
+    }
+    for (int round = 0; round < 30; ++round) {
+        const Matrix3 t = InverseTranspose(h);
+        for (int i = 0; i < 3; ++i)
+            for (int j = 0; j < 3; ++j)
+                h[i][j] = (h[i][j] + t[i][j]) / 2;
+    }
+    PlateMatrix solved = plate;
+    // S = R u, and S = u1 row1 + u2 row2 + u3 row3: row i of the plate is column i of R.
+    for (int i = 1; i <= 3; ++i)
+        for (int j = 1; j <= 3; ++j)
+            solved[i][j] = h[j - 1][i - 1];
+    fp.Check();
+    plate = solved;
+}
+
 Vector3 Row(const PlateMatrix& m, int i) {
     return {m[i][1], m[i][2], m[i][3]};
 }
@@ -93,6 +163,16 @@ void ImageToSky(Context& c, const PlateMatrix& plate, double x, double y) {
 void ResuelveSistema(Context& c, const std::array<PlateStar, 3>& vertices) {
     if (c.mFinAnalisis) return;
     WithTrap(c, "ResuelveSistema", [&] { SolvePlate(c, vertices, c.Cij); });
+}
+
+void RefinePlate(Context& c, const std::vector<PlateStar>& stars) {
+    if (c.mFinAnalisis || stars.size() < 3) return;
+    WithTrap(c, "RefinePlate", [&] { FitPlate(c, stars, c.Cij); });
+}
+
+void RotatePlate(Context& c, const std::vector<PlateStar>& stars) {
+    if (c.mFinAnalisis || stars.size() < 2) return;
+    WithTrap(c, "RotatePlate", [&] { FitRotation(c, stars, c.Cij); });
 }
 
 int32_t ResuelveSistemaPara3estrellasCoefDij(Context& c, int32_t i, int32_t j, int32_t k, int32_t estrellaI,

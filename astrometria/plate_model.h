@@ -8,6 +8,7 @@
 // division by zero, reported by the routine's trap, which sets mFinAnalisis.
 #include <array>
 #include <cstdint>
+#include <vector>
 
 #include "core/context.h"
 
@@ -21,6 +22,15 @@ struct PlateStar {
 
 // Solves Cij from three vertices of a polygon. Cij stays as it was when the system has no solution.
 void ResuelveSistema(Context& c, const std::array<PlateStar, 3>& vertices);
+
+// Cij fitted by least squares to four or more stars: for each sky component the three coefficients
+// that best carry the image vectors to the sky vectors. With three stars it is ResuelveSistema's
+// solution. Cij stays as it was when the stars cannot fix it (fewer than three, or in a line).
+void RefinePlate(Context& c, const std::vector<PlateStar>& stars);
+// Cij as the rotation of the image vectors (focal length gFocalEnPixeles) that best fits the stars:
+// the scale is the image's own and no shear is taken in, so that a few stars in a narrow strip still
+// give the true turn of the camera. The parity (a mirror) is the one the stars show.
+void RotatePlate(Context& c, const std::vector<PlateStar>& stars);
 
 // Solves Dij from three selected stars (indices into mSeleccionadasCuadradas) and the catalogue stars
 // tied to them, in the same order. Answers 1 when solved, 0 after an error.

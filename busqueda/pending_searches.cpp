@@ -1,4 +1,5 @@
-// Stand-ins for the searches until the matching lands: each ends as an exhausted search.
+// Stand-ins for the triangle road and its any-angle windows until they land: each ends as an
+// exhausted search.
 #include "busqueda/busqueda.h"
 
 namespace tornel {
@@ -9,9 +10,6 @@ void EndsWithoutSolution(Context& c) {
 }
 }  // namespace
 
-void BusquedaEnVentanaFija(Context& c) {
-    EndsWithoutSolution(c);
-}
 void AnalizaVentana2x2ConRotacion(Context& c) {
     EndsWithoutSolution(c);
 }
@@ -19,18 +17,6 @@ void AnalizaVentana40mConRotacion(Context& c) {
     EndsWithoutSolution(c);
 }
 void AnalizaVentana5x5Dual(Context& c) {
-    EndsWithoutSolution(c);
-}
-void BusquedaEnZonaEsferica(Context& c) {
-    EndsWithoutSolution(c);
-}
-void BusquedaEnZona30x30porEspiralDeclinacionFija(Context& c) {
-    EndsWithoutSolution(c);
-}
-void BusquedaEnZonaParalelo(Context& c) {
-    EndsWithoutSolution(c);
-}
-void BusquedaEnZonaMeridiano(Context& c) {
     EndsWithoutSolution(c);
 }
 void BusquedaPorTriangulos(Context& c) {

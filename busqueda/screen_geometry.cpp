@@ -83,40 +83,82 @@ bool CalculaDistanciaInclinacionParPantalla(Context& c, double x1, double y1, do
     return true;
 }
 
+namespace {
+
+// The selected stars turned to the north-up frame of image angle `angulo` (degrees), and their unit
+// vectors; the pole of declination `declinacion` in the same frame.
+struct ScreenFrame {
+    double X[11] = {}, Y[11] = {};
+    Vec u[11];
+    Vec pole;
+};
+
+// Fills the frame for stars 1..n, or only for i and j when `only` is set; false when a star lies on
+// the optical axis of a zero focal length.
+bool MakeFrame(const Context& c, double declinacion, double angulo, int32_t n, const int32_t* only,
+               ScreenFrame& fr) {
+    const double cx = c.gAnchoImagen / 2, cy = c.gAltoImagen / 2;
+    const double cs = std::cos(-angulo * c.gGradosARadianes), sn = std::sin(-angulo * c.gGradosARadianes);
+    const double f = c.gFocalEnPixeles;
+    for (int32_t i = 1; i <= n; ++i) {
+        if (only && i != only[0] && i != only[1]) continue;
+        const EstrellaImagen& e = c.mSeleccionadasCuadradas[static_cast<size_t>(i)];
+        fr.X[i] = (e.x - cx) * cs + (e.y - cy) * sn;
+        fr.Y[i] = -(e.x - cx) * sn + (e.y - cy) * cs;
+        if (!Direction(fr.X[i], fr.Y[i], f, fr.u[i])) return false;
+    }
+    const double decRad = declinacion * c.gGradosARadianes;
+    fr.pole = {0, -std::cos(decRad), std::sin(decRad)};
+    return true;
+}
+
+// Cells (i, j) of the three pair tables.
+void PairCells(Context& c, double declinacion, const ScreenFrame& fr, int32_t i, int32_t j) {
+    bool inverso =
+        Reversed(declinacion, c.gGradosARadianes, c.gFocalEnPixeles, fr.X[i], fr.Y[i], fr.X[j], fr.Y[j]);
+    const Vec& A = inverso ? fr.u[j] : fr.u[i];
+    const Vec& B = inverso ? fr.u[i] : fr.u[j];
+    double distancia = 0, inclinacion = 0;
+    CalculaDistanciaInclinacionParPantalla(c, A.x, A.y, A.z, B.x, B.y, B.z, fr.pole.x, fr.pole.y, fr.pole.z,
+                                           distancia, inclinacion);
+    const auto si = static_cast<size_t>(i), sj = static_cast<size_t>(j);
+    c.mDistanciasPantalla[si][sj] = distancia;
+    c.mInclinacionesPantalla[si][sj] = inclinacion;
+    c.mOrdenPantalla[si][sj] = Arc(fr.u[j], fr.pole) <= Arc(fr.u[i], fr.pole) ? 2 : 1;
+}
+
+}  // namespace
+
 void CalculaParametrosDeLasDistanciasEnPantalla(Context& c, double declinacion, double angulo) {
     if (c.mFinAnalisis) return;
     WithTrap(c, "CalculaParametrosDeLasDistanciasEnPantalla", [&] {
         FpCheck fp;
-        const double cx = c.gAnchoImagen / 2, cy = c.gAltoImagen / 2;
-        const double cs = std::cos(-angulo * c.gGradosARadianes), sn = std::sin(-angulo * c.gGradosARadianes);
-        const double f = c.gFocalEnPixeles;
         const int32_t n = std::min<int32_t>(c.mNumSeleccionadas, 10);
-        double X[11] = {}, Y[11] = {};
-        Vec u[11];
-        for (int32_t i = 1; i <= n; ++i) {
-            const EstrellaImagen& e = c.mSeleccionadasCuadradas[static_cast<size_t>(i)];
-            X[i] = (e.x - cx) * cs + (e.y - cy) * sn;
-            Y[i] = -(e.x - cx) * sn + (e.y - cy) * cs;
-            if (!Direction(X[i], Y[i], f, u[i])) {
-                c.mFinAnalisis = true;
-                return;
-            }
+        ScreenFrame fr;
+        if (!MakeFrame(c, declinacion, angulo, n, nullptr, fr)) {
+            c.mFinAnalisis = true;
+            return;
         }
-        const double decRad = declinacion * c.gGradosARadianes;
-        const Vec pole{0, -std::cos(decRad), std::sin(decRad)};
         for (int32_t i = 1; i < n; ++i)
-            for (int32_t j = i + 1; j <= n; ++j) {
-                bool inverso = Reversed(declinacion, c.gGradosARadianes, f, X[i], Y[i], X[j], Y[j]);
-                const Vec& A = inverso ? u[j] : u[i];
-                const Vec& B = inverso ? u[i] : u[j];
-                double distancia = 0, inclinacion = 0;
-                CalculaDistanciaInclinacionParPantalla(c, A.x, A.y, A.z, B.x, B.y, B.z, pole.x, pole.y,
-                                                       pole.z, distancia, inclinacion);
-                const auto si = static_cast<size_t>(i), sj = static_cast<size_t>(j);
-                c.mDistanciasPantalla[si][sj] = distancia;
-                c.mInclinacionesPantalla[si][sj] = inclinacion;
-                c.mOrdenPantalla[si][sj] = Arc(u[j], pole) <= Arc(u[i], pole) ? 2 : 1;
-            }
+            for (int32_t j = i + 1; j <= n; ++j)
+                PairCells(c, declinacion, fr, i, j);
+        fp.Check();
+    });
+}
+
+void ComputeScreenPair(Context& c, double declinacion, double angulo, int32_t i, int32_t j) {
+    if (c.mFinAnalisis) return;
+    WithTrap(c, "CalculaParametrosDeLasDistanciasEnPantalla", [&] {
+        FpCheck fp;
+        const int32_t n = std::min<int32_t>(c.mNumSeleccionadas, 10);
+        if (i < 1 || j <= i || j > n) Raise(kErrSubscript);
+        const int32_t only[2] = {i, j};
+        ScreenFrame fr;
+        if (!MakeFrame(c, declinacion, angulo, n, only, fr)) {
+            c.mFinAnalisis = true;
+            return;
+        }
+        PairCells(c, declinacion, fr, i, j);
         fp.Check();
     });
 }

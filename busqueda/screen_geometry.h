@@ -11,6 +11,9 @@ namespace tornel {
 // `declinacion` (degrees) and turned by the image angle `angulo` (degrees). A star at the optical
 // axis of a zero focal length ends the analysis without a message.
 void CalculaParametrosDeLasDistanciasEnPantalla(Context& c, double declinacion, double angulo);
+// The same for the one pair (i, j), i below j: only its cells change, with the values the whole
+// table would give them.
+void ComputeScreenPair(Context& c, double declinacion, double angulo, int32_t i, int32_t j);
 
 // Distance and inclination of the pair A (x1, y1, z1), B (x2, y2, z2) of unit vectors, with the
 // north pole P (xp, yp, zp), a unit vector of the same frame.

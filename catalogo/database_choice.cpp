@@ -167,4 +167,12 @@ bool ExisteBDdistancias(Context& c) {
     return false;
 }
 
+bool ExisteCarpetaAuto(Context& c) {
+    if (FolderExists(c.gCarpetaMensajes)) return true;
+    EndForMissing(c, c.gCarpetaMensajes, "No existe la carpeta de los modos automáticos.",
+                  "Le dossier des modes automatiques n'existe pas.",
+                  "The folder of the automatic modes does not exist.");
+    return false;
+}
+
 }  // namespace tornel

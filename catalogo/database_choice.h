@@ -25,5 +25,7 @@ bool CambioBaseDatos(Context& c, int actual, int pedida);
 bool ExisteBDestrellas(Context& c);
 // False, ending the analysis, when the folder gCarpetaDistancias does not exist.
 bool ExisteBDdistancias(Context& c);
+// False, ending the analysis, when the mailbox folder gCarpetaMensajes does not exist.
+bool ExisteCarpetaAuto(Context& c);
 
 }  // namespace tornel

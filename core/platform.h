@@ -32,6 +32,9 @@ class Platform {
     // Window caption and the result label under the image.
     virtual void SetTitle(const std::string& text) = 0;
     virtual void SetResultLabel(const std::string& text) = 0;
+    // The labels of the solved centre: J2000 and of date, each right ascension and declination.
+    virtual void ShowPosition(const std::string& /*ra*/, const std::string& /*dec*/,
+                              const std::string& /*raOfDate*/, const std::string& /*decOfDate*/) {}
     // A line has just been appended to the search summary.
     virtual void SummaryLineAdded(const std::string& /*line*/) {}
     // Lets pending events run: clicks, timer ticks, calls of the automation service, signals.

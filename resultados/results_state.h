@@ -12,6 +12,8 @@ struct ResultsState {
     double gARJ2000 = 0, gDEJ2000 = 0;
     double gARActual = 0, gDEActual = 0;
     double mAnguloSolucion = 0;
+    bool gSolucionOK = false;                  // the last solution may calibrate and synchronise
+    double gRAsolucion = 0, gDECsolucion = 0;  // J2000 centre of the last solution, degrees
 
     // The search summary (lines end in CR LF), the caption in force and the developers' hook.
     std::string mResumen;

@@ -49,6 +49,11 @@ void VisuTitulo(Context& c, Txt es, Txt fr, Txt en) {
     c.platform.DoEvents();
 }
 
+void SummaryAndTitle(Context& c, Txt es, Txt fr, Txt en) {
+    ParaResumen(c, es, fr, en);
+    VisuTitulo(c, es, fr, en);
+}
+
 void AvisoIdioma(Context& c, Txt es, Txt fr, Txt en) {
     if (c.gMostrarAvisos) c.platform.MessageBox(Pick(c, es, fr, en));
 }

@@ -18,6 +18,8 @@ void ParaResumen(Context& c, Txt es, Txt fr, Txt en);
 void AvisoResulYresumen(Context& c, Txt es, Txt fr, Txt en);
 // Window caption, then events run.
 void VisuTitulo(Context& c, Txt es, Txt fr, Txt en);
+// The same text to the summary and the caption.
+void SummaryAndTitle(Context& c, Txt es, Txt fr, Txt en);
 // Message box, shown only when gMostrarAvisos.
 void AvisoIdioma(Context& c, Txt es, Txt fr, Txt en);
 // Message box, always shown.

@@ -3,51 +3,13 @@
 #include <algorithm>
 #include <cmath>
 
+#include "catalogo/distance_database.h"
 #include "core/numbers.h"
 #include "herramientas/db/sky_geometry.h"
 #include "herramientas/db/sky_index.h"
 
 namespace tornel::db {
 namespace {
-
-// Tile centres around a pole: right ascension and distance from the pole, degrees.
-constexpr double kTiles[kPoleTiles][2] = {{225, 1.06066},
-                                          {251.565, 0.69597},
-                                          {288.435, 0.69597},
-                                          {315, 1.06066},
-                                          {198.435, 0.69597},
-                                          {225, 0.353553},
-                                          {315, 0.353553},
-                                          {341.565, 0.69597},
-                                          {161.565, 0.69597},
-                                          {135, 0.353553},
-                                          {45, 0.353553},
-                                          {18.435, 0.69597},
-                                          {135, 1.06066},
-                                          {108.435, 0.69597},
-                                          {71.565, 0.69597},
-                                          {45, 1.06066},
-                                          {243.435, 1.118},
-                                          {270, 1},
-                                          {296.565, 1.118},
-                                          {206.565, 1.118},
-                                          {225, 0.7071},
-                                          {270, 0.5},
-                                          {315, 0.7071},
-                                          {333.435, 1.118},
-                                          {180, 1},
-                                          {180, 0.5},
-                                          {0, 0},
-                                          {0, 0.5},
-                                          {0, 1},
-                                          {153.435, 1.118},
-                                          {135, 0.7071},
-                                          {90, 0.5},
-                                          {45, 0.7071},
-                                          {26.565, 1.118},
-                                          {116.565, 1.118},
-                                          {90, 1},
-                                          {63.435, 1.118}};
 
 bool LessRecord(const DistanceRecord& a, const DistanceRecord& b) {
     if (a.Clave != b.Clave) return a.Clave < b.Clave;
@@ -110,9 +72,8 @@ std::array<std::vector<DistanceRecord>, 180> RingFiles(const std::vector<Numbere
 }
 
 void PoleTileCentre(int32_t pole, int32_t tile, double& ra, double& dec) {
-    ra = kTiles[tile - 1][0];
-    double d = kTiles[tile - 1][1];
-    dec = pole == 0 ? d - 90.0 : 90.0 - d;
+    // The tiles are the ones the program searches.
+    CentroDeTeja(pole, tile, ra, dec);
 }
 
 std::vector<DistanceRecord> PoleFile(int32_t pole, const std::vector<NumberedStar>& stars,

@@ -26,6 +26,24 @@
 extern "C" {
 #endif
 
+// A screen pair of selected stars tied to a catalogue pair: 16 bytes, with two bytes of padding after
+// each 16-bit field.
+typedef struct Segmento {
+    int16_t Pantalla1;  // first selected star, 1 to 10
+    int32_t Catalogo1;  // catalogue star matched to it
+    int16_t Pantalla2;  // second selected star, above Pantalla1
+    int32_t Catalogo2;
+} Segmento;
+
+// A three-star figure or a polygon: 244 bytes. Lados cell (i, j), i below j, lies at
+// (i - 1) + 10 (j - 1): 0 no side, 1 the side was fished, 2 it was checked against the catalogue.
+// Estrellas[k - 1] is the catalogue star of selected star k, 0 when k is not in the figure.
+typedef struct Poligono {
+    int16_t Lados[100];
+    int32_t Estrellas[10];
+    int32_t NumLados;
+} Poligono;
+
 // Version of the library read as a date, day month year: 150906 is 15/09/06.
 TORNEL_PIXEL_API int32_t version(void);
 
@@ -51,6 +69,15 @@ TORNEL_PIXEL_API int16_t bmp32_a_brillo(const uint32_t* pixeles, int16_t* brillo
 // The display mapping of fit_a_visu8 applied to each colour channel.
 TORNEL_PIXEL_API void bmp32_a_visu32(const uint32_t* pixeles, uint32_t* visu, int16_t ancho, int16_t alto,
                                      double factor, double negro);
+
+// Three-stars from segments: every two segments (in this order) that share one selected star with
+// one catalogue star, and differ both in the other selected star and in the other catalogue star,
+// make a figure of three stars with their two sides. A figure with the same stars as an earlier one
+// is not written again: its sides are added to the earlier one's. `tresEstrellas` holds
+// 2 x numSegmentos zeroed records; `numEstrellas` is the number of selected stars. Answers the
+// number of figures written, or -1 when they would not fit.
+TORNEL_PIXEL_API int16_t construye_3_estrellas(const Segmento* segmentos, int16_t numSegmentos,
+                                               Poligono* tresEstrellas, int16_t numEstrellas);
 
 #ifdef __cplusplus
 }

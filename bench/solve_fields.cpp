@@ -1,0 +1,539 @@
+// tornel-solve-fields: the end-to-end solve benchmark of the distance road.
+//
+//   fields      renders random fields from the catalogue of the default database with `tornel-db
+//               render` (with noise and hot pixels) and runs the whole `tornel-cli 8 field.fit RA DEC`
+//               on each, the image angle given to within 0.5 degree and the centre to within 1.5
+//               degree: success rate, wrong answers, time per field.
+//   zones       one rendered field through each zone search (ring, parallel, meridian, whole sky),
+//               in this process, with no early end: the time of a full sweep.
+//   validation  the real images of the validation folder whose field suits database 1.
+//
+// A program folder made by `tornel-db default` gives the database; the runs happen in a copy of its
+// parameters in a work folder.
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iostream>
+#include <map>
+#include <numbers>
+#include <random>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "core/analisis.h"
+#include "core/context.h"
+#include "core/numbers.h"
+#include "core/parametros.h"
+#include "core/quiet_platform.h"
+#include "core/startup.h"
+#include "herramientas/db/default_database.h"
+#include "herramientas/db/projection.h"
+
+namespace tornel::bench {
+namespace {
+
+namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
+
+constexpr double kRad = std::numbers::pi / 180;
+
+struct Settings {
+    std::string mode;
+    std::string home;       // program folder of `tornel-db default`
+    std::string catalogue;  // the star catalogue it was built from
+    std::string work;       // where fields and the run's program folder go
+    std::string validation = std::string(TORNEL_SOURCE_DIR) + "/../shared/validation";
+    std::string tools = TORNEL_BINARY_DIR;
+    int fields = 200;
+    uint64_t seed = 1;
+    int mirrorEvery = 10;  // every n-th field is mirrored (0: none)
+    int inclination = 1;   // parameter 10, degrees
+};
+
+double Uniform(std::mt19937_64& g) {
+    return static_cast<double>(g() >> 11) * 0x1.0p-53;
+}
+
+double Quantile(std::vector<double> v, double q) {
+    if (v.empty()) return 0;
+    std::sort(v.begin(), v.end());
+    return v[std::min(v.size() - 1, static_cast<size_t>(q * static_cast<double>(v.size())))];
+}
+
+// Angular distance of two positions, degrees.
+double Distance(double ra1, double dec1, double ra2, double dec2) {
+    const double a = std::sin((dec2 - dec1) * kRad / 2), b = std::sin((ra2 - ra1) * kRad / 2);
+    const double h = a * a + std::cos(dec1 * kRad) * std::cos(dec2 * kRad) * b * b;
+    return 2 * std::asin(std::sqrt(std::min(1.0, h))) / kRad;
+}
+
+// The position `distance` degrees from (ra, dec) in direction `bearing` (degrees from north to east).
+void Offset(double ra, double dec, double bearing, double distance, double& ra2, double& dec2) {
+    const double d = distance * kRad, b = bearing * kRad, p = dec * kRad;
+    const double s = std::sin(p) * std::cos(d) + std::cos(p) * std::sin(d) * std::cos(b);
+    dec2 = std::asin(s) / kRad;
+    ra2 = ra + std::atan2(std::sin(b) * std::sin(d) * std::cos(p), std::cos(d) - std::sin(p) * s) / kRad;
+    ra2 = std::fmod(ra2 + 720, 360);
+}
+
+double AngleApart(double a, double b) {
+    double d = std::fmod(std::fabs(a - b), 360.0);
+    return d > 180 ? 360 - d : d;
+}
+
+// Runs a command line; its standard output, its exit status and its wall time.
+struct Run {
+    std::string out;
+    int status = -1;
+    double seconds = 0;
+};
+
+Run Execute(const std::string& command) {
+    Run r;
+    auto t0 = Clock::now();
+    if (FILE* p = popen((command + " 2>/dev/null").c_str(), "r")) {
+        char buffer[4096];
+        while (size_t n = fread(buffer, 1, sizeof buffer, p))
+            r.out.append(buffer, n);
+        int s = pclose(p);
+        r.status = WIFEXITED(s) ? WEXITSTATUS(s) : -1;
+    }
+    r.seconds = std::chrono::duration<double>(Clock::now() - t0).count();
+    return r;
+}
+
+std::string Quote(const std::string& s) {
+    return "'" + s + "'";
+}
+
+// What tornel-cli printed of its solution: the "CENTRE:" line and the image angle.
+struct Answer {
+    bool found = false;
+    double ra = 0, dec = 0, angle = 0;
+    int sides = 0;
+};
+
+Answer ParseAnswer(const std::string& out) {
+    Answer a;
+    std::istringstream lines(out);
+    std::string line;
+    while (std::getline(lines, line)) {
+        if (line.rfind("CENTRE: RA= ", 0) == 0) {
+            int h = 0, m = 0, g = 0, mi = 0;
+            double s = 0, se = 0;
+            char sign = '+';
+            const size_t dec = line.find("DEC= ");
+            if (std::sscanf(line.c_str(), "CENTRE: RA= %dh%dm%lfs", &h, &m, &s) != 3 ||
+                dec == std::string::npos)
+                continue;
+            sign = line[dec + 5];
+            // Degrees, then the two bytes of the degree sign, minutes, a quote and seconds.
+            if (std::sscanf(line.c_str() + dec + 6, "%d", &g) != 1) continue;
+            const size_t minutes = line.find("°", dec);
+            if (minutes == std::string::npos ||
+                std::sscanf(line.c_str() + minutes + 2, "%d'%lf", &mi, &se) != 2)
+                continue;
+            a.ra = 15 * h + m / 4.0 + s / 240;
+            a.dec = (sign == '-' ? -1 : 1) * (g + mi / 60.0 + se / 3600);
+            a.found = true;
+        }
+        if (auto p = line.find("image angle = "); p != std::string::npos)
+            a.angle = std::stod(line.substr(p + 14));
+        if (auto p = line.find(" with "); line.rfind("Solution : ", 0) == 0 && p != std::string::npos)
+            a.sides = std::stoi(line.substr(p + 6));
+    }
+    return a;
+}
+
+// The run's program folder: the parameters of the default database with `change` applied, written by
+// the program's own writer.
+void WriteParameters(const std::string& home, const std::function<void(Context&)>& change) {
+    QuietPlatform platform;
+    Context c(platform);
+    c.gCarpetaPrograma = home;
+    ParametrosPorDefecto(c);
+    CargaParametros(c, RutaParametros(c));
+    change(c);
+    GrabaParametros(c);
+}
+
+// A program folder in the work folder, with the database's parameters, the automatic threshold and
+// the window of the issue (5 x 5 degrees).
+std::string PrepareHome(const Settings& s) {
+    const std::string home = s.work + "/home/";
+    fs::create_directories(home + "messages");
+    fs::copy_file(s.home + "param.txt", home + "param.txt", fs::copy_options::overwrite_existing);
+    WriteParameters(home, [&](Context& c) {
+        c.gCarpetaMensajes = home + "messages/";
+        c.gUmbralAutomatico = 1;
+        c.gAnchoVentana = 5;
+        c.gAltoVentana = 5;
+        c.gBaseDatosPedida = 1;
+        c.gBaseDatos = 1;
+        c.gErrorInclinacion = static_cast<int16_t>(s.inclination);
+    });
+    return home;
+}
+
+void SetImage(const std::string& home, double scale, double angle, bool reversed) {
+    WriteParameters(home, [&](Context& c) {
+        c.gSegundosPorPixelX = scale;
+        c.gSegundosPorPixelY = scale;
+        c.gFocalEnPixeles = FocalDesdeEscala(scale);
+        CalculaValoresDerivados(c);
+        c.gAnguloImagen = std::fmod(angle + 720, 360);
+        c.gImagenInvertida = reversed ? 1 : 0;
+    });
+}
+
+// The image angle of a field as the program reads it (rows reversed for a mirrored field).
+double ProgramAngle(const db::FieldGeometry& g) {
+    return g.mirror ? 180 - g.angle : g.angle;
+}
+
+struct Field {
+    db::FieldGeometry g;
+    std::string fits;
+    double givenRa = 0, givenDec = 0, givenAngle = 0;
+};
+
+// A random field: centre uniform on the sphere, 0.5 to 1 degree across, any angle, some mirrored.
+Field RenderField(const Settings& s, int index, std::mt19937_64& rng) {
+    Field f;
+    f.g.ra = 360 * Uniform(rng);
+    f.g.dec = std::asin(2 * Uniform(rng) - 1) / kRad;
+    f.g.width = 800 + static_cast<int32_t>(rng() % 601);
+    f.g.height = static_cast<int32_t>(f.g.width * (0.75 + 0.25 * Uniform(rng)));
+    const double side = 0.5 + 0.5 * Uniform(rng);
+    f.g.arcsecPerPixel = side * 3600 / f.g.width;
+    f.g.angle = 360 * Uniform(rng);
+    f.g.mirror = s.mirrorEvery > 0 && index % s.mirrorEvery == s.mirrorEvery - 1;
+    const uint64_t seed = rng();
+    f.fits = s.work + "/field" + std::to_string(index) + ".fit";
+    const std::string cmd =
+        s.tools + "/herramientas/tornel-db render --ra " + ShortestText(f.g.ra) + " --dec " +
+        ShortestText(f.g.dec) + " --scale " + ShortestText(f.g.arcsecPerPixel) + " --angle " +
+        ShortestText(f.g.angle) + " --width " + std::to_string(f.g.width) + " --height " +
+        std::to_string(f.g.height) + (f.g.mirror ? " --mirror" : "") +
+        " --jitter 0.2 --hot-pixels 30 --noise 10 --seed " + std::to_string(seed % 1000000007) + " --truth " +
+        Quote(f.fits + ".csv") + " --out " + Quote(f.fits) + " " + Quote(s.catalogue);
+    if (Execute(cmd).status != 0 || !fs::exists(f.fits)) {
+        std::cerr << "render failed: " << cmd << "\n";
+        f.fits.clear();
+    }
+    // What the user knows: the angle to 0.5 degree and the centre to 1.5 degree. A mirrored image is
+    // read with its rows reversed, which leaves it unmirrored with its north at 180 - angle.
+    f.givenAngle = ProgramAngle(f.g) + (Uniform(rng) - 0.5);
+    Offset(f.g.ra, f.g.dec, 360 * Uniform(rng), 1.5 * Uniform(rng), f.givenRa, f.givenDec);
+    return f;
+}
+
+// Reads every file of the database folder once, so that the runs find it in the page cache as after
+// the first solves of a session: the times are those of the solver, not of the disk.
+void WarmDatabase(const Settings& s) {
+    std::vector<char> buffer(1 << 20);
+    for (const auto& entry : fs::directory_iterator(s.home + "database")) {
+        std::ifstream in(entry.path(), std::ios::binary);
+        while (in.read(buffer.data(), static_cast<std::streamsize>(buffer.size())) || in.gcount() > 0) {
+        }
+    }
+}
+
+// Catalogue stars of a field inside the central box that the analysis keeps (0.5 degree a side).
+int StarsInAnalysedBox(const Field& f) {
+    std::ifstream in(f.fits + ".csv");
+    const double half = 0.5 / 2 * 3600 / f.g.arcsecPerPixel;
+    int count = 0;
+    std::string line;
+    while (std::getline(in, line)) {
+        double x = 0, y = 0, ra = 0, dec = 0, mag = 0;
+        int inCatalogue = 0;
+        if (std::sscanf(line.c_str(), "%lf,%lf,%lf,%lf,%lf,%d", &x, &y, &ra, &dec, &mag, &inCatalogue) != 6)
+            continue;
+        if (inCatalogue && std::fabs(x - f.g.width / 2.0) <= half && std::fabs(y - f.g.height / 2.0) <= half)
+            ++count;
+    }
+    return count;
+}
+
+// Where the sky of the program's image centre (W/2, H/2 in its frame) lies: rows are read in the
+// other order for a mirrored field.
+void TrueCentre(const db::FieldGeometry& g, double& ra, double& dec) {
+    const double y = g.mirror ? g.height + 1 - g.height / 2.0 : g.height / 2.0;
+    db::PixelToSky(g, g.width / 2.0, y, ra, dec);
+}
+
+int Fields(const Settings& s) {
+    const std::string home = PrepareHome(s);
+    WarmDatabase(s);
+    std::mt19937_64 rng(s.seed);
+    int solved = 0, wrong = 0, failed = 0, rendered = 0, solvable = 0, solvedOfSolvable = 0;
+    std::vector<double> seconds, pixelErrors, angleErrors;
+    std::cout
+        << "field ra dec scale angle mirror box_stars | exit sides | centre_err_px angle_err_deg seconds\n";
+    for (int k = 0; k < s.fields; ++k) {
+        Field f = RenderField(s, k, rng);
+        if (f.fits.empty()) {
+            std::cerr << "render failed for field " << k << "\n";
+            continue;
+        }
+        ++rendered;
+        const int boxStars = StarsInAnalysedBox(f);
+        // A polygon of 6 sides needs 4 stars: fewer in the box cannot be solved by this road.
+        if (boxStars >= 4) ++solvable;
+        SetImage(home, f.g.arcsecPerPixel, f.givenAngle, f.g.mirror);
+        const Run r = Execute("TORNEL_HOME=" + Quote(home) + " " + s.tools + "/consola/tornel-cli 8 " +
+                              Quote(f.fits) + " " + ShortestText(f.givenRa) + " " + ShortestText(f.givenDec));
+        seconds.push_back(r.seconds);
+        const Answer a = ParseAnswer(r.out);
+        double ra = 0, dec = 0, px = -1, da = -1;
+        TrueCentre(f.g, ra, dec);
+        if (r.status == 0 && a.found) {
+            px = Distance(ra, dec, a.ra, a.dec) * 3600 / f.g.arcsecPerPixel;
+            da = AngleApart(a.angle, ProgramAngle(f.g));
+            pixelErrors.push_back(px);
+            angleErrors.push_back(da);
+            if (px <= 2 && da <= 0.2) {
+                ++solved;
+                if (boxStars >= 4) ++solvedOfSolvable;
+            } else
+                ++wrong;
+        } else {
+            ++failed;
+        }
+        std::cout << k << " " << FormatNumber(f.g.ra, "0.000") << " " << FormatNumber(f.g.dec, "0.000") << " "
+                  << FormatNumber(f.g.arcsecPerPixel, "0.00") << " " << FormatNumber(f.g.angle, "0.0") << " "
+                  << f.g.mirror << " " << boxStars << " | " << r.status << " " << a.sides << " | "
+                  << FormatNumber(px, "0.00") << " " << FormatNumber(da, "0.000") << " "
+                  << FormatNumber(r.seconds, "0.000") << std::endl;
+        if (r.status != 0 || (px > 2 || da > 0.2))
+            fs::copy_file(f.fits, f.fits + ".kept", fs::copy_options::overwrite_existing);
+        fs::remove(f.fits);
+    }
+    std::cout << "\nfields " << rendered << ", solved " << solved << " ("
+              << FormatNumber(rendered ? 100.0 * solved / rendered : 0, "0.0") << " %), wrong answers "
+              << wrong << ", not solved " << failed << "\n";
+    std::cout << "fields with 4 or more catalogue stars in the analysed box " << solvable << ", solved "
+              << solvedOfSolvable << " ("
+              << FormatNumber(solvable ? 100.0 * solvedOfSolvable / solvable : 0, "0.0") << " %)\n";
+    std::cout << "time per field: median " << FormatNumber(Quantile(seconds, 0.5) * 1000, "0") << " ms, 95 % "
+              << FormatNumber(Quantile(seconds, 0.95) * 1000, "0") << " ms, max "
+              << FormatNumber(Quantile(seconds, 1.0) * 1000, "0") << " ms\n";
+    std::cout << "centre error: median " << FormatNumber(Quantile(pixelErrors, 0.5), "0.00") << " px, max "
+              << FormatNumber(Quantile(pixelErrors, 1.0), "0.00") << " px; angle error: median "
+              << FormatNumber(Quantile(angleErrors, 0.5), "0.000") << " deg, max "
+              << FormatNumber(Quantile(angleErrors, 1.0), "0.000") << " deg\n";
+    return 0;
+}
+
+// One field through one zone search in this process, without an early end.
+void Zone(const Settings& s, const std::string& home, const Field& f, const std::string& name,
+          const std::function<void(Context&)>& choose) {
+    QuietPlatform platform;
+    Context c(platform);
+    c.gCarpetaPrograma = home;
+    Form_Load(c, "8 " + f.fits + " " + ShortestText(f.givenRa) + " " + ShortestText(f.givenDec));
+    c.timers.TimerAnalizaYsale.Enabled = false;
+    c.gLadosParaParar = 1000;
+    choose(c);
+    (void)s;
+    auto t0 = Clock::now();
+    AnalizaImagen(c);
+    const bool solved = c.gHaySolucion;
+    DespuesDeAnalizaImagen(c);
+    const double seconds = std::chrono::duration<double>(Clock::now() - t0).count();
+    double ra = 0, dec = 0;
+    TrueCentre(f.g, ra, dec);
+    const double px = solved ? Distance(ra, dec, c.gARJ2000, c.gDEJ2000) * 3600 / f.g.arcsecPerPixel : -1;
+    std::cout << name << ": " << FormatNumber(seconds, "0.0") << " s, " << (solved ? "solved" : "not solved")
+              << ", " << c.gLadosSolucion << " sides, centre error " << FormatNumber(px, "0.00") << " px"
+              << std::endl;
+    Form_Unload(c);
+}
+
+int Zones(const Settings& s) {
+    const std::string home = PrepareHome(s);
+    WarmDatabase(s);
+    std::mt19937_64 rng(s.seed);
+    Settings one = s;
+    one.mirrorEvery = 0;
+    Field f = RenderField(one, 0, rng);
+    if (f.fits.empty()) return 1;
+    SetImage(home, f.g.arcsecPerPixel, f.givenAngle, false);
+    std::cout << "field at RA " << FormatNumber(f.g.ra, "0.000") << " DEC " << FormatNumber(f.g.dec, "0.000")
+              << "; full sweeps (no early end):\n";
+    const auto ring0 = static_cast<int16_t>(std::floor(f.g.dec) - 5),
+               ring1 = static_cast<int16_t>(ring0 + 10);
+    Zone(s, home, f, "ring " + std::to_string(ring0) + " to " + std::to_string(ring1) + " degrees",
+         [&](Context& c) {
+             c.gZonaCielo = 2;
+             c.gAnilloDesde = ring0;
+             c.gAnilloHasta = ring1;
+         });
+    Zone(s, home, f, "parallel", [](Context& c) { c.gZonaCielo = 8; });
+    Zone(s, home, f, "meridian", [](Context& c) { c.gZonaCielo = 9; });
+    Zone(s, home, f, "whole sky", [](Context& c) { c.gZonaCielo = 3; });
+    return 0;
+}
+
+// truth.csv as a table of named columns.
+std::vector<std::map<std::string, std::string>> ReadCsv(const std::string& path) {
+    std::ifstream in(path);
+    std::vector<std::map<std::string, std::string>> rows;
+    std::vector<std::string> names;
+    std::string line;
+    auto split = [](const std::string& l) {
+        std::vector<std::string> cells;
+        std::string cell;
+        bool quoted = false;
+        for (char ch : l) {
+            if (ch == '"')
+                quoted = !quoted;
+            else if (ch == ',' && !quoted)
+                cells.push_back(cell), cell.clear();
+            else
+                cell += ch;
+        }
+        cells.push_back(cell);
+        return cells;
+    };
+    while (std::getline(in, line)) {
+        auto cells = split(line);
+        if (names.empty()) {
+            names = cells;
+            continue;
+        }
+        std::map<std::string, std::string> row;
+        for (size_t k = 0; k < names.size() && k < cells.size(); ++k)
+            row[names[k]] = cells[k];
+        rows.push_back(row);
+    }
+    return rows;
+}
+
+// The CD matrix of a WCS header file (degrees per pixel).
+bool ReadCd(const std::string& path, double cd[2][2]) {
+    std::ifstream in(path, std::ios::binary);
+    std::string text((std::istreambuf_iterator<char>(in)), {});
+    int found = 0;
+    for (size_t at = 0; at + 80 <= text.size(); at += 80) {
+        const std::string card = text.substr(at, 80);
+        for (int i = 0; i < 2; ++i)
+            for (int j = 0; j < 2; ++j)
+                if (card.rfind("CD" + std::to_string(i + 1) + "_" + std::to_string(j + 1) + " ", 0) == 0) {
+                    cd[i][j] = std::stod(card.substr(10, 30));
+                    ++found;
+                }
+    }
+    return found == 4;
+}
+
+int Validation(const Settings& s) {
+    const std::string home = PrepareHome(s);
+    WarmDatabase(s);
+    std::cout << "image | fov | exit sides | centre_err_px angle_err_deg seconds\n";
+    for (const auto& row : ReadCsv(s.validation + "/truth.csv")) {
+        const std::string file = row.at("file");
+        const std::string format = row.at("format"), fov = row.at("fov_deg");
+        if (row.at("ra_center_deg").empty() || (row.at("bitpix") == "8" && format == "FITS")) continue;
+        const double w = std::stod(fov.substr(0, fov.find('x'))),
+                     h = std::stod(fov.substr(fov.find('x') + 1));
+        if (std::max(w, h) > 1.6) continue;  // database 1 solves small fields
+        const double ra = std::stod(row.at("ra_center_deg")), dec = std::stod(row.at("dec_center_deg"));
+        const double scale = std::stod(row.at("scale_arcsec_px"));
+        const double north = std::stod(row.at("north_angle_display_deg"));
+        const bool mirrored = row.at("mirrored_display") == "1";
+        // With the rows reversed a mirrored view is read as a plain one, its north turned to 180 - a.
+        const double angle = mirrored ? std::fmod(540 - north, 360) : north;
+        SetImage(home, scale, angle, mirrored);
+        // The search centre a degree away from the truth.
+        double givenRa = 0, givenDec = 0;
+        Offset(ra, dec, 45, 1, givenRa, givenDec);
+        const Run r = Execute("TORNEL_HOME=" + Quote(home) + " " + s.tools + "/consola/tornel-cli 8 " +
+                              Quote(s.validation + "/" + file) + " " + ShortestText(givenRa) + " " +
+                              ShortestText(givenDec));
+        const Answer a = ParseAnswer(r.out);
+        double px = -1, da = -1;
+        if (r.status == 0 && a.found) {
+            // The truth is given at pixel ((W+1)/2, (H+1)/2) of the solver's frame (rows from the top
+            // for pictures); the program's centre is (W/2, H/2) of its own frame.
+            const int width = std::stoi(row.at("width")), height = std::stoi(row.at("height"));
+            const bool topDown = format != "FITS";
+            const double dx = -0.5, dy = (topDown != mirrored) ? 0.5 : -0.5;
+            double cd[2][2] = {};
+            double tra = ra, tdec = dec;
+            std::string wcs = s.validation + "/" + row.at("truth_wcs");
+            if (ReadCd(wcs, cd)) {
+                tra += (cd[0][0] * dx + cd[0][1] * dy) / std::cos(dec * kRad);
+                tdec += cd[1][0] * dx + cd[1][1] * dy;
+            }
+            (void)width, (void)height;
+            px = Distance(tra, tdec, a.ra, a.dec) * 3600 / scale;
+            da = AngleApart(a.angle, angle);
+        }
+        std::cout << file << " | " << fov << " | " << r.status << " " << a.sides << " | "
+                  << FormatNumber(px, "0.00") << " " << FormatNumber(da, "0.000") << " "
+                  << FormatNumber(r.seconds, "0.000") << std::endl;
+    }
+    return 0;
+}
+
+int Main(int argc, char** argv) {
+    Settings s;
+    std::vector<std::string> args(argv + 1, argv + argc);
+    for (size_t k = 0; k < args.size(); ++k) {
+        auto value = [&]() -> std::string { return k + 1 < args.size() ? args[++k] : std::string{}; };
+        if (args[k] == "--home")
+            s.home = value();
+        else if (args[k] == "--catalogue")
+            s.catalogue = value();
+        else if (args[k] == "--work")
+            s.work = value();
+        else if (args[k] == "--fields")
+            s.fields = std::stoi(value());
+        else if (args[k] == "--seed")
+            s.seed = std::stoull(value());
+        else if (args[k] == "--mirror-every")
+            s.mirrorEvery = std::stoi(value());
+        else if (args[k] == "--inclination")
+            s.inclination = std::stoi(value());
+        else if (args[k] == "--validation")
+            s.validation = value();
+        else if (s.mode.empty())
+            s.mode = args[k];
+    }
+    if (s.home.empty()) {
+        if (const char* h = std::getenv("TORNEL_HOME")) s.home = h;
+    }
+    if (s.mode.empty() || s.home.empty()) {
+        std::cerr
+            << "usage: tornel-solve-fields fields|zones|validation --home PROGRAM_FOLDER [--catalogue FILE]\n"
+               "       [--work DIR] [--fields N] [--seed S] [--mirror-every N] [--inclination DEG] "
+               "[--validation DIR]\n";
+        return 2;
+    }
+    if (s.home.back() != '/') s.home += '/';
+    if (s.catalogue.empty()) s.catalogue = s.home + "downloads/unpacked/" + db::DefaultSources{}.starFile;
+    if (s.work.empty())
+        s.work = (fs::temp_directory_path() / ("tornel-solve-" + std::to_string(getpid()))).string();
+    fs::create_directories(s.work);
+    if (s.mode == "fields") return Fields(s);
+    if (s.mode == "zones") return Zones(s);
+    if (s.mode == "validation") return Validation(s);
+    std::cerr << "unknown mode " << s.mode << "\n";
+    return 2;
+}
+
+}  // namespace
+}  // namespace tornel::bench
+
+int main(int argc, char** argv) {
+    return tornel::bench::Main(argc, argv);
+}

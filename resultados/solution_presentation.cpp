@@ -1,0 +1,153 @@
+#include "resultados/solution_presentation.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "astrometria/pair_geometry.h"
+#include "astrometria/plate_model.h"
+#include "catalogo/star_catalogue.h"
+#include "core/errors.h"
+#include "core/language.h"
+#include "core/numbers.h"
+#include "resultados/resumen.h"
+
+namespace tornel {
+
+namespace {
+
+constexpr double kResidualLimit = 3;  // pixels
+
+// Display pixel of an image point in square pixels: x from the left, y down from the top.
+void ToDisplay(const Context& c, double x, double y, double& dx, double& dy) {
+    const double f = c.gFactorReduccion;
+    dx = x / f - 1;
+    dy = (c.gPixelesY - y * c.gRelacionPixel) / f;
+}
+
+// The difference of two angles (degrees), brought into -180..180.
+double AngleApart(double a, double b) {
+    double d = std::fmod(a - b, 360.0);
+    if (d > 180) d -= 360;
+    if (d < -180) d += 360;
+    return d;
+}
+
+}  // namespace
+
+void GradosAcadenas(double ar, double de, std::string& textoAr, std::string& textoDe) {
+    double h = IntFloor(ar / 15);
+    double m = IntFloor((ar - 15 * h) * 4);
+    double s = (ar - 15 * h - m / 4) * 240;
+    if (s >= 59.995) {
+        m += 1;
+        s = 0;
+    }
+    if (m >= 60) {
+        m -= 60;
+        h += 1;
+    }
+    textoAr = FormatNumber(h, "00") + "h" + FormatNumber(m, "00") + "m" + FormatNumber(s, "00.00") + "s";
+    const double a = std::fabs(de);
+    double g = IntFloor(a);
+    double mi = IntFloor((a - g) * 60);
+    double se = (a - g - mi / 60) * 3600;
+    if (se >= 59.95) {
+        mi += 1;
+        se = 0;
+    }
+    if (mi >= 60) {
+        mi -= 60;
+        g += 1;
+    }
+    textoDe = std::string(de >= 0 ? "+" : "-") + FormatNumber(g, "00") + "°" + FormatNumber(mi, "00") + "'" +
+              FormatNumber(se, "00.0");
+}
+
+void EscribeIDsEstrellas(Context& c, int32_t indice) {
+    if (indice < 1 || static_cast<size_t>(indice) >= c.mSoluciones.size()) return;
+    const Solucion& sol = c.mSoluciones[static_cast<size_t>(indice)];
+    auto mark = [&](const EstrellaSolucion& s) {
+        double x = 0, y = 0;
+        ToDisplay(c, s.X, s.Y, x, y);
+        c.platform.DrawCircle(x, y, 8, OverlayColour::Green, 1);
+        c.platform.DrawText(x + 8, y, IdTrabajo_A_IdCatalogo(c, s.Id), OverlayColour::Green);
+    };
+    for (int32_t e = 1; e <= sol.NumEnPoligono; ++e)
+        mark(sol.EstrellasSolucion[static_cast<size_t>(e)]);
+    for (const EstrellaSolucion& s : sol.Extendidas)
+        mark(s);
+}
+
+void DibujaBrujula(Context& c) {
+    if (c.mFinAnalisis) return;
+    WithTrap(c, "DibujaBrujula", [&] {
+        const double cx = c.gAnchoImagen / 2, cy = c.gAltoImagen / 2;
+        CoordenadasImagenAesfericas(c, cx, cy);
+        const double ra = c.mRAconvertida, dec = c.mDECconvertida;
+        // Arrows a sixth of the image height long.
+        const double length = c.gAltoImagen * c.gGradosPorPixel / 6;
+        double nx = 0, ny = 0, ex = 0, ey = 0;
+        CoordenadasCatalogoAimagen(c, ra, std::min(dec + length, 90.0), nx, ny);
+        CoordenadasCatalogoAimagen(c, ra + length / std::cos(dec * c.gGradosARadianes), dec, ex, ey);
+        if (c.mFinAnalisis) return;
+        double x0 = 0, y0 = 0, x1 = 0, y1 = 0, x2 = 0, y2 = 0;
+        ToDisplay(c, cx, cy, x0, y0);
+        ToDisplay(c, nx, ny, x1, y1);
+        ToDisplay(c, ex, ey, x2, y2);
+        c.platform.DrawLine(x0, y0, x1, y1, OverlayColour::Yellow);
+        c.platform.DrawLine(x0, y0, x2, y2, OverlayColour::Yellow);
+        c.platform.DrawText(x1, y1, "N", OverlayColour::Yellow);
+        c.platform.DrawText(x2, y2, "E", OverlayColour::Yellow);
+    });
+}
+
+void AvisoSolucionNoSegura(Context& c) {
+    const std::string text = Pick(c, "SOLUCION NO VALIDA", "SOLUTION NON VALABLE", "INVALID SOLUTION");
+    const double f = c.gFactorReduccion;
+    const double x = c.gPixelesX / (4 * f), y = c.gPixelesY / (2 * f);
+    // Drawn over itself a pixel apart, so that it stands out against any field.
+    for (int dx = -1; dx <= 1; ++dx)
+        for (int dy = -1; dy <= 1; ++dy)
+            c.platform.DrawText(x + dx, y + dy, text,
+                                dx == 0 && dy == 0 ? OverlayColour::Red : OverlayColour::White);
+}
+
+void Dist_PresentaSolucion(Context& c, int32_t indice, int32_t lados) {
+    if (c.mFinAnalisis || indice < 1 || static_cast<size_t>(indice) >= c.mSoluciones.size()) return;
+    // An unsafe solution passes when its stars stand where its plate puts them, within the three pixels
+    // in which the extension looks for a star; a safe one has shown enough sides already (a blended
+    // pair of stars may stand farther off).
+    if (!c.gSolucionSegura && c.mSoluciones[static_cast<size_t>(indice)].worstResidual > kResidualLimit)
+        return;
+    c.gHaySolucion = true;
+    std::string ra, dec, raDate, decDate;
+    GradosAcadenas(c.gARJ2000, c.gDEJ2000, ra, dec);
+    GradosAcadenas(c.gARActual, c.gDEActual, raDate, decDate);
+    c.platform.ShowPosition(
+        Pick(c, " AR= ", " AD= ", " RA= ") + ra, Pick(c, " DE= ", " DEC= ", " DEC= ") + dec,
+        Pick(c, " AR= ", " AD= ", " RA= ") + raDate, Pick(c, " DE= ", " DEC= ", " DEC= ") + decDate);
+    const std::string n = std::to_string(lados);
+    const std::string deviation = FormatNumber(
+        CalculaDistancia(c, c.gCentroBusquedaRA, c.gCentroBusquedaDEC, c.gARJ2000, c.gDEJ2000), "0.00");
+    const std::string aside = FormatNumber(AngleApart(c.mAnguloSolucion, c.gAnguloImagen), "0.00");
+    LabelResul(c,
+               "Centro de la imagen: AR= " + ra + " DE= " + dec + ". Lados=" + n + ". Desvio= " + deviation +
+                   ". Giro= " + aside,
+               "Centre de l'image: AD= " + ra + " DEC= " + dec + ". Côtés=" + n +
+                   ". Déviation= " + deviation + ". Rotation= " + aside,
+               "Image centre: RA= " + ra + " DEC= " + dec + ". Sides=" + n + ". Deviation= " + deviation +
+                   ". Aside= " + aside);
+    const std::string angle = FormatNumber(c.mAnguloSolucion, "0.00");
+    ParaResumen(c,
+                "CENTRO: AR= " + ra + " DE= " + dec + " (J2000)  AR= " + raDate + " DE= " + decDate +
+                    " (fecha)  Lados= " + n + "  Desvio= " + deviation + "  Angulo= " + angle,
+                "CENTRE: AD= " + ra + " DEC= " + dec + " (J2000)  AD= " + raDate + " DEC= " + decDate +
+                    " (date)  Côtés= " + n + "  Déviation= " + deviation + "  Angle= " + angle,
+                "CENTRE: RA= " + ra + " DEC= " + dec + " (J2000)  RA= " + raDate + " DEC= " + decDate +
+                    " (date)  Sides= " + n + "  Deviation= " + deviation + "  Angle= " + angle);
+    EscribeIDsEstrellas(c, indice);
+    DibujaBrujula(c);
+    if (!c.gSolucionSegura) AvisoSolucionNoSegura(c);
+}
+
+}  // namespace tornel

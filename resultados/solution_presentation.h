@@ -1,0 +1,26 @@
+#pragma once
+// What the user sees of a solution: the centre in words and numbers, the identified stars and the
+// compass on the image, and a warning across an unsafe one.
+#include <cstdint>
+#include <string>
+
+#include "core/context.h"
+
+namespace tornel {
+
+// Degrees to "hhHmmMss.ssS" ("05h35m17.30s") and "+dd°mm'ss.s" ("+22°00'52.2").
+void GradosAcadenas(double ar, double de, std::string& textoAr, std::string& textoDe);
+
+// The distance road's presentation of solution `indice` with `lados` sides: raises gHaySolucion
+// unless the analysis has ended or, for a solution that is not safe, a star of it stands more than
+// three pixels from where its plate puts it, then the position labels, the result line, the summary's
+// "CENTRE:" line, the identified stars, the compass and, for an unsafe solution, the warning.
+void Dist_PresentaSolucion(Context& c, int32_t indice, int32_t lados);
+// The catalogue identifier beside each identified star of solution `indice`, on the overlay.
+void EscribeIDsEstrellas(Context& c, int32_t indice);
+// North and east arrows at the image centre, from the plate Cij.
+void DibujaBrujula(Context& c);
+// "INVALID SOLUTION" across the image.
+void AvisoSolucionNoSegura(Context& c);
+
+}  // namespace tornel
