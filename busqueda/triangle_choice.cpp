@@ -1,6 +1,9 @@
 // The end of the triangle search: the solution with the most sides becomes the answer.
 #include <algorithm>
+#include <array>
+#include <cmath>
 #include <string>
+#include <vector>
 
 #include "astrometria/plate_model.h"
 #include "busqueda/solution_choice.h"
@@ -18,6 +21,7 @@ namespace {
 
 constexpr int32_t kLeastSidesOK = 4;
 constexpr int32_t kLeastSidesSafe = 15;
+constexpr double kResidualLimit = 3;  // pixels
 
 // The sides of the solution by kind: of the database triangle (1), added by prediction (2), and 3
 // for each further star.
@@ -47,6 +51,57 @@ void ListIdentified(Context& c, const SolucionTriangulo& s) {
         if (e != 0) line(e);
 }
 
+// The stars a solution identified, each with its pixel (square pixels) and catalogue place.
+std::vector<PlateStar> IdentifiedStars(Context& c, const SolucionTriangulo& s) {
+    std::vector<PlateStar> stars;
+    auto add = [&](const EstrellaImagen& e, int32_t id) {
+        LeeCoordenadasEstrella(c, id);
+        stars.push_back({e.x, e.y, c.gEstrellaRA, c.gEstrellaDEC});
+    };
+    for (int32_t k = 1; k <= 10; ++k)
+        if (Estrella(s, k) != 0) add(c.mSeleccionadasCuadradas.at(static_cast<size_t>(k)), Estrella(s, k));
+    const auto first = static_cast<size_t>(std::clamp<int32_t>(c.mNumSeleccionadas, 0, 10)) + 1;
+    for (size_t m = 0; m < s.EstrellasExtra.size(); ++m)
+        if (s.EstrellasExtra[m] != 0) add(c.mEstrellasCuadradas.at(first + m), s.EstrellasExtra[m]);
+    return stars;
+}
+
+// The plate of all the stars a solution identified, as the best rotation at the image's own focal
+// length, into Cij: the centre and the angle then carry the average of the stars' errors rather than
+// the errors of three. Answers the farthest any star stands from where that plate, scaled about the
+// image centre to take in an error of the given scale, puts it (pixels).
+double FitToAllStars(Context& c, const SolucionTriangulo& s) {
+    const std::vector<PlateStar> stars = IdentifiedStars(c, s);
+    RotatePlate(c, stars);
+    const double cx = c.gAnchoImagen / 2, cy = c.gAltoImagen / 2;
+    std::vector<std::array<double, 2>> placed;
+    double along = 0, square = 0;
+    for (const PlateStar& star : stars) {
+        double x = 0, y = 0;
+        CoordenadasCatalogoAimagen(c, star.ra, star.dec, x, y);
+        placed.push_back({x - cx, y - cy});
+        along += (x - cx) * (star.x - cx) + (y - cy) * (star.y - cy);
+        square += (x - cx) * (x - cx) + (y - cy) * (y - cy);
+    }
+    const double scale = square > 0 ? along / square : 1;
+    double worst = 0;
+    for (size_t k = 0; k < stars.size(); ++k)
+        worst = std::max(worst, std::hypot(stars[k].x - cx - scale * placed[k][0],
+                                           stars[k].y - cy - scale * placed[k][1]));
+    return worst;
+}
+
+// Whether a solution holds its stars where one plate puts them, within three pixels: a catalogue star
+// met by chance within the search tolerance stands farther off. A safe solution has shown enough
+// sides already (a blended pair of stars may stand farther off).
+bool StandsOnItsStars(Context& c, const SolucionTriangulo& s) {
+    if (s.LadosTotales >= kLeastSidesSafe) return true;
+    const PlateMatrix kept = c.Cij;
+    const double worst = FitToAllStars(c, s);
+    c.Cij = kept;
+    return !c.mFinAnalisis && worst <= kResidualLimit;
+}
+
 }  // namespace
 
 void Tri_AnalisisFinal(Context& c) {
@@ -56,11 +111,20 @@ void Tri_AnalisisFinal(Context& c) {
             ReportNoPolygon(c);
             return;
         }
-        int32_t best = 1;
-        for (int32_t s = 2; s <= c.mNumSoluciones; ++s)
-            if (c.mSolucionesTriangulo.at(static_cast<size_t>(s)).LadosTotales >
-                c.mSolucionesTriangulo.at(static_cast<size_t>(best)).LadosTotales)
-                best = s;
+        // The solution with the most sides, the first of equals, among those that stand on their stars.
+        int32_t best = 0;
+        for (int32_t s = 1; s <= c.mNumSoluciones; ++s) {
+            const SolucionTriangulo& candidate = c.mSolucionesTriangulo.at(static_cast<size_t>(s));
+            if (best != 0 &&
+                candidate.LadosTotales <= c.mSolucionesTriangulo[static_cast<size_t>(best)].LadosTotales)
+                continue;
+            if (StandsOnItsStars(c, candidate)) best = s;
+            if (c.mFinAnalisis) return;
+        }
+        if (best == 0) {
+            ReportNoPolygon(c);
+            return;
+        }
         c.mSolucion = c.mSolucionesTriangulo.at(static_cast<size_t>(best));
         const SolucionTriangulo& w = c.mSolucion;
         const SideCounts n = CountByKind(w);
@@ -68,11 +132,11 @@ void Tri_AnalisisFinal(Context& c) {
         c.gSolucionOK = c.gLadosSolucion >= kLeastSidesOK;
         c.gSolucionSegura = c.gLadosSolucion >= kLeastSidesSafe;
         if (c.gSolucionOK) {
-            const auto& b = w.TrianguloBase;
-            ResuelveSistemaPara3estrellasCoefDij(c, b[0], b[1], b[2], Estrella(w, b[0]), Estrella(w, b[1]),
-                                                 Estrella(w, b[2]));
+            FitToAllStars(c, w);
+            CoordenadasImagenAesfericas(c, c.gAnchoImagen / 2, c.gAltoImagen / 2);
             if (c.mFinAnalisis) return;
-            c.Cij = c.Dij;
+            c.mSolucion.RAcentro = c.mRAconvertida;
+            c.mSolucion.DECcentro = c.mDECconvertida;
             PublishSolutionCentre(c, w.RAcentro, w.DECcentro, c.gLadosSolucion);
             PublishImageAngle(c);
             const std::string sides = std::to_string(c.gLadosSolucion) + " (" + std::to_string(n.triangle) +

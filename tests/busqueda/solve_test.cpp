@@ -1,19 +1,23 @@
 // Whole solves through tornel-cli on fields rendered from a small generated sky: dense patches
 // across right ascension 0, around the north pole and at mid declination, over a sparse whole sky,
-// built into a database as the user's tornel-db would.
+// built into a database as the user's tornel-db would: database 1 around a position, database 2
+// with no position at all.
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
 #include <cmath>
 #include <cstdlib>
 #include <functional>
+#include <memory>
 #include <numbers>
 #include <random>
 #include <string>
 
+#include "core/analisis.h"
 #include "core/numbers.h"
 #include "core/parametros.h"
 #include "core/quiet_platform.h"
+#include "core/startup.h"
 #include "herramientas/db/build.h"
 #include "herramientas/db/projection.h"
 #include "tests/support/recording_platform.h"
@@ -63,22 +67,25 @@ struct Outcome {
 
 class Solve : public ::testing::Test {
   protected:
-    static constexpr double kScale = 2.0;  // arcsec per pixel
+    void SetUp() override { Build(1); }
 
-    void SetUp() override {
+    void Build(int32_t base) {
         database = home.MakeFolder("database");
         home.MakeFolder("messages");
         db::BuildInputs inputs;
         inputs.stars.push_back(GeneratedSky(3));
         sky = inputs.stars.back();
         db::BuildOptions options;
-        options.database2 = false;
+        options.database1 = base == 1;
+        options.database2 = base == 2;
+        baseDatos = base;
         std::string error;
         QuietPlatform quiet;
         ASSERT_TRUE(db::BuildDatabase(quiet, inputs, options, database, nullptr, error)) << error;
     }
 
-    // The parameters of a run, written by the program's own writer.
+    // The parameters of a run, written by the program's own writer. Database 2 takes its search
+    // centre from the combos, (0, 0): no position at all.
     void Parameters(double angle, bool reversed) {
         testing::RecordingPlatform platform;
         Context c(platform);
@@ -87,17 +94,20 @@ class Solve : public ::testing::Test {
         c.gCarpetaEstrellas = c.gCarpetaDistancias = database;
         c.gCarpetaMensajes = home.Path() + "messages/";
         c.gUmbralAutomatico = 1;
-        c.gSegundosPorPixelX = c.gSegundosPorPixelY = kScale;
-        c.gFocalEnPixeles = FocalDesdeEscala(kScale);
+        c.gSegundosPorPixelX = c.gSegundosPorPixelY = scale;
+        c.gFocalEnPixeles = FocalDesdeEscala(scale);
         CalculaValoresDerivados(c);
         c.gAnguloImagen = angle;
         c.gImagenInvertida = reversed ? 1 : 0;
+        c.gBaseDatosPedida = c.gBaseDatos = baseDatos;
+        if (baseDatos == 2) c.gOrigenCoordenadas = 0;
         GrabaParametros(c);
     }
 
-    // Renders a 1024 x 900 field (0.57 degree) of the generated sky, or of `stars` in its place.
+    // Renders a 1024 x 900 field (0.57 degree, or 2.3 degrees for database 2) of the generated sky, or
+    // of `stars` in its place.
     std::string Render(db::FieldGeometry g, const std::vector<db::FieldStar>* stars = nullptr) {
-        g.arcsecPerPixel = kScale;
+        g.arcsecPerPixel = scale;
         g.width = 1024;
         g.height = 900;
         geometry = g;
@@ -111,13 +121,17 @@ class Solve : public ::testing::Test {
         return path;
     }
 
-    Outcome Run(const std::string& image, double ra, double dec) {
+    // tornel-cli on `image`, around `position` when one is given.
+    Outcome Run(const std::string& image, const std::string& position) {
         const std::string cli = std::string(TORNEL_BINARY_DIR) + "/consola/tornel-cli";
         const std::string command = "TORNEL_HOME='" + home.Path() + "' '" + cli + "' 8 '" + image + "' " +
-                                    ShortestText(ra) + " " + ShortestText(dec) + " >'" +
-                                    home.File("out.txt") + "' 2>'" + home.File("err.txt") + "'";
+                                    position + " >'" + home.File("out.txt") + "' 2>'" + home.File("err.txt") +
+                                    "'";
         const int raw = std::system(command.c_str());
         return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, home.Read("out.txt"), home.Read("err.txt")};
+    }
+    Outcome Run(const std::string& image, double ra, double dec) {
+        return Run(image, ShortestText(ra) + " " + ShortestText(dec));
     }
 
     // The solved centre, from the summary's "CENTRE:" line, against the sky at the program's image
@@ -144,10 +158,12 @@ class Solve : public ::testing::Test {
             geometry.mirror ? geometry.height + 1 - geometry.height / 2.0 : geometry.height / 2.0;
         db::PixelToSky(geometry, geometry.width / 2.0, y, tra, tdec);
         const double dra = std::remainder(ra - tra, 360.0) * std::cos(tdec * kRad);
-        EXPECT_LT(std::hypot(dra, dec - tdec) * 3600 / kScale, 2.0);
+        EXPECT_LT(std::hypot(dra, dec - tdec) * 3600 / geometry.arcsecPerPixel, 2.0);
         EXPECT_LT(std::fabs(std::remainder(angle - expectedAngle, 360.0)), 0.2);
     }
 
+    double scale = 2.0;  // arcsec per pixel
+    int32_t baseDatos = 1;
     TempFolder home;
     std::string database;
     std::vector<db::CatalogStar> sky;
@@ -203,6 +219,71 @@ TEST_F(Solve, FieldWithNoStarOfTheCatalogueEndsWithoutPolygons) {
     EXPECT_TRUE(o.Has("Polygons = 0\n")) << o.out;
     EXPECT_TRUE(o.Has("Position not found.\n"));
     EXPECT_EQ(o.err.find("Image centre"), std::string::npos);
+}
+
+// Database 2 on the same sky: fields of two degrees found with no position at all.
+class BlindSolve : public Solve {
+  protected:
+    void SetUp() override {
+        Build(2);
+        scale = 8.0;
+    }
+};
+
+TEST_F(BlindSolve, TurnedAndMirroredFieldsAreFoundWithNoPosition) {
+    const std::string image = Render({150.4, -30.3, 0, 63.5, 0, 0, false});
+    Parameters(0, false);
+    const Outcome o = Run(image, "");
+    ExpectSolvedAt(o, 63.5);
+    EXPECT_TRUE(o.Has("Searching triangles\n"));
+    EXPECT_TRUE(o.Has("**Triangles found: "));
+    EXPECT_TRUE(o.Has("Identified = GSC "));
+    // A mirrored field meets the stored triangles only with its rows read the other way.
+    const std::string mirrored = Render({149.6, -29.5, 0, 200, 0, 0, true});
+    Parameters(0, true);
+    ExpectSolvedAt(Run(mirrored, ""), 180 - 200);
+}
+
+TEST_F(BlindSolve, EnoughSidesNearTheSearchCentreStopTheTreeSearchAtOnce) {
+    const std::string image = Render({0.4, 10.5, 0, 10, 0, 0, false});
+    Parameters(0, false);
+    struct Search {
+        bool stopped = false;
+        int32_t tried = 0, stored = 0, triedInTheWalk = 0, waiting = 0;
+    };
+    auto analyse = [&](int32_t sides, double ra, double dec) {
+        testing::RecordingPlatform platform;
+        auto c = std::make_unique<Context>(platform);
+        c->gCarpetaPrograma = home.Path();
+        Form_Load(*c, "8 " + image + " " + ShortestText(ra) + " " + ShortestText(dec));
+        c->timers.TimerAnalizaYsale.Enabled = false;
+        c->gLadosParaParar = sides;
+        // Candidates more than a degree from the search centre wait for the end of the walk.
+        c->gDistanciaCercaCentro = 1;
+        AnalizaImagen(*c);
+        EXPECT_TRUE(c->gHaySolucion);
+        Search s{c->mSolucionHallada, c->mIntentos, c->mNumCandidatos};
+        // A candidate tried holds its sides (3 or more); one that waits its zone, 1 or 2.
+        for (int32_t n = 1; n <= c->mNumCandidatos; ++n) {
+            const int32_t zone = c->mCandidatos[static_cast<size_t>(n)].ZonaOLados;
+            s.triedInTheWalk += zone >= 3 ? 1 : 0;
+            s.waiting += zone == 1 || zone == 2 ? 1 : 0;
+        }
+        DespuesDeAnalizaImagen(*c);
+        Form_Unload(*c);
+        return s;
+    };
+    // Searched from near the field, a good candidate is tried during the walk and ends the search:
+    // those far off are never tried.
+    const Search near = analyse(20, 0.5, 11);
+    EXPECT_TRUE(near.stopped);
+    EXPECT_EQ(near.tried, near.triedInTheWalk);
+    EXPECT_GT(near.waiting, 0);
+    // With no number of sides enough, every candidate is stored first and all are tried.
+    const Search all = analyse(1000, 180, -60);
+    EXPECT_FALSE(all.stopped);
+    EXPECT_EQ(all.tried, all.stored);
+    EXPECT_GT(all.stored, near.stored);
 }
 
 }  // namespace
