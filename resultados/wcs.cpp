@@ -85,6 +85,12 @@ std::array<double, 4> CdMatrix(const TestVectors& v) {
     return {a * k, b * k, cc * k, d * k};
 }
 
+// The file's row (FITS pixels) of the image's centre row H / 2: a reversed image is read last row first,
+// its row y being the file's row H + 1 - y, so that its centre is the file's row H / 2 + 1.
+double CentreRowInFile(const Context& c) {
+    return c.gImagenInvertida == 1 ? c.gAltoImagen + 1 - c.gAltoImagen / 2 : c.gAltoImagen / 2;
+}
+
 std::string WcsBlock(const Context& c, const std::array<double, 4>& cd) {
     std::string ra = DobleAcadenaFIT(c.gARJ2000), de = DobleAcadenaFIT(c.gDEJ2000);
     const std::string matrix = " / transformation matrix (degrees) ";
@@ -100,7 +106,7 @@ std::string WcsBlock(const Context& c, const std::array<double, 4>& cd) {
              "CRVAL1  = " + ra + " / RA at image center",
              std::string("CUNIT1  = 'deg     '           / Unit of coordinate 1"),
              std::string("CTYPE2  = 'DEC--TAN'           / projection type"),
-             "CRPIX2  = " + DobleAcadenaFIT(c.gAltoImagen / 2) + " / pixel coordinate y at reference point",
+             "CRPIX2  = " + DobleAcadenaFIT(CentreRowInFile(c)) + " / pixel coordinate y at reference point",
              "CRVAL2  = " + de + " / DEC at image center",
              std::string("CUNIT2  = 'deg     '           / Unit of coordinate 2"),
              "CD1_1   = " + DobleAcadenaFIT(cd[0]) + matrix,

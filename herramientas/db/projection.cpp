@@ -94,7 +94,8 @@ std::vector<FieldStar> ProjectField(const std::vector<CatalogStar>& catalogue, c
 }
 
 bool WriteFieldImage(const std::string& path, const FieldGeometry& g, const std::vector<FieldStar>& stars,
-                     const SensorOptions& sensor, std::string& error) {
+                     const SensorOptions& sensor, std::string& error,
+                     const std::vector<std::string>& fitsCards) {
     render::Field field;
     field.width = g.width, field.height = g.height;
     field.psfSigma = sensor.psfSigma, field.sky = sensor.sky, field.noise = sensor.noise,
@@ -113,10 +114,11 @@ bool WriteFieldImage(const std::string& path, const FieldGeometry& g, const std:
         return false;
     }
     const render::Image image = render::Render(field);
-    bool ok =
-        ext == ".bmp" ? render::WriteBmp(path, image, 24, render::BmpRows::BottomUp, sensor.pictureScale)
-        : ext == ".jpg" || ext == ".jpeg" ? render::WriteJpg(path, image, 90, false, sensor.pictureScale)
-                                          : render::WriteFits(path, image, render::FitsStorage::Unsigned);
+    bool ok = ext == ".bmp"
+                  ? render::WriteBmp(path, image, 24, render::BmpRows::BottomUp, sensor.pictureScale)
+              : ext == ".jpg" || ext == ".jpeg"
+                  ? render::WriteJpg(path, image, 90, false, sensor.pictureScale)
+                  : render::WriteFits(path, image, render::FitsStorage::Unsigned, fitsCards);
     if (!ok) error = "cannot write " + path;
     return ok;
 }

@@ -63,9 +63,11 @@ struct SensorOptions {
 };
 
 // Renders the field and writes it by the name's extension: .fit/.fits (unsigned 16-bit), .bmp
-// (24-bit) or .jpg. False with a sentence when the name has none of them or cannot be written.
+// (24-bit) or .jpg; a FITS header also gets `fitsCards`, as an earlier program may have left them.
+// False with a sentence when the name has none of them or cannot be written.
 bool WriteFieldImage(const std::string& path, const FieldGeometry& g, const std::vector<FieldStar>& stars,
-                     const SensorOptions& sensor, std::string& error);
+                     const SensorOptions& sensor, std::string& error,
+                     const std::vector<std::string>& fitsCards = {});
 
 // The truth of a rendered field: its geometry in "# key value" lines, then one line per star
 // "x,y,ra_deg,dec_deg,mag,in_catalogue", brightest first. False when it cannot be written.

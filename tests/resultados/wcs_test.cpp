@@ -1,5 +1,5 @@
 // The FITS WCS writer: card texts, the CD matrix measured on a plate, the header rewrite record by
-// record, and real images whose rewritten header astropy reads back.
+// record, real images whose rewritten header astropy reads back, and fields solved by tornel-cli.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -14,6 +14,7 @@
 #include "core/files.h"
 #include "core/parametros.h"
 #include "resultados/wcs.h"
+#include "tests/support/generated_sky.h"
 #include "tests/support/test_program.h"
 
 namespace tornel {
@@ -141,9 +142,13 @@ TEST(WcsCards, BlockAndMatrixFromThePlate) {
     near(CdOf(p.c), {-1, 0, 0, 1});
     PlateProgram mirrored(200, 40, true);
     near(CdOf(mirrored.c), {1, 0, 0, 1});
-    // A reversed image turns the y of both test vectors before the matrix is formed.
+    // A reversed image turns the y of both test vectors before the matrix is formed, and its centre
+    // row is read from the other end of the file.
     p.c.gImagenInvertida = 1;
     near(CdOf(p.c), {-1, 0, 0, -1});
+    FabricaCadenaWCS(p.c, block, longitud);
+    EXPECT_EQ(block.substr(10 * 80, 80),
+              Card("CRPIX2  = 301                  / pixel coordinate y at reference point"));
 }
 
 struct RewriteProgram : PlateProgram {
@@ -328,6 +333,72 @@ TEST(WcsRewrite, AstropyReadsThePlateBackOnRealImages) {
         EXPECT_NE(after.find(image.earlierWcs ? "COMMENT = WCS coordinates modified by Tornel:"
                                               : "COMMENT = WCS coordinates added by Tornel:"),
                   std::string::npos);
+    }
+}
+
+// The whole program: a field of the generated sky whose header holds an earlier solution far
+// away is solved by tornel-cli with the WCS written automatically. astropy's reading of the new
+// header must agree within a pixel, at the centre and the corners, with the solution the program
+// reports in tornel.pos: its centre and image angle at the scale of its parameters. A reversed field
+// is read bottom row first, so FITS row Y is the program's row H + 1 - Y.
+class WcsSolved : public testing::GeneratedSkyTest {};
+
+TEST_F(WcsSolved, AstropyReadsTheProgramsSolutionBack) {
+    const std::vector<std::string> earlier = {
+        "OBJECT  = 'generated field'",    "EQUINOX =               2000.0", "CTYPE1  = 'RA---TAN'",
+        "CTYPE2  = 'DEC--TAN'",           "CRPIX1  =                  1.0", "CRVAL1  =                 45.0",
+        "CRVAL2  =                 20.0", "CD1_1   =              -0.0005", "CD2_2   =               0.0005"};
+    struct Field {
+        db::FieldGeometry geometry;
+        double angle;  // the parameter's image angle, degrees
+        bool reversed;
+        double ra, dec;  // search centre, degrees
+    };
+    for (const Field& f :
+         {Field{{0.05, 10.2, 0, 0, 0, 0, false}, 0.3, false, 359.2, 9.4},
+          Field{{150.3, -29.8, 0, 137.5, 0, 0, true}, 180 - 137.5 - 0.4, true, 149.5, -31}}) {
+        SCOPED_TRACE(f.reversed ? "reversed" : "not reversed");
+        const std::string image = Render(f.geometry, nullptr, earlier);
+        const std::string original = home.Read("field.fit");
+        Parameters(f.angle, f.reversed, [](Context& c) {
+            c.gWCSAutomatico = 1;
+            c.gLadosParaWCS = 3;
+        });
+        const testing::CliOutcome o = Run(image, f.ra, f.dec);
+        ASSERT_EQ(o.status, 0) << o.out << o.err;
+
+        const std::string pos = home.Read("messages/tornel.pos");
+        db::FieldGeometry solution = geometry;
+        int sides = 0;
+        ASSERT_EQ(std::sscanf(pos.c_str(), "%d sides RA= %lf DE=%lf", &sides, &solution.ra, &solution.dec), 3)
+            << pos;
+        const auto angle = pos.find("image angle= ");
+        ASSERT_NE(angle, std::string::npos) << pos;
+        solution.angle = std::stod(pos.substr(angle + 13));
+        solution.mirror = false;  // the program's rows are the sky unmirrored
+
+        const double w = geometry.width, h = geometry.height;
+        std::vector<std::array<double, 2>> checked = {{w / 2, h / 2}, {1, 1}, {w, 1}, {1, h}, {w, h}};
+        AstropyReading written = Astropy(image, checked);
+        ASSERT_EQ(written.sky.size(), checked.size());
+        for (size_t i = 0; i < checked.size(); ++i) {
+            double ra = 0, dec = 0;
+            db::PixelToSky(solution, checked[i][0], f.reversed ? h + 1 - checked[i][1] : checked[i][1], ra,
+                           dec);
+            EXPECT_LT(SeparationDegrees(written.sky[i][0], written.sky[i][1], ra, dec) * 3600 / kScale, 1.0)
+                << "FITS pixel " << checked[i][0] << ", " << checked[i][1];
+        }
+
+        const std::string rewritten = home.Read("field.fit");
+        const std::string before = Header(original), after = Header(rewritten);
+        ASSERT_FALSE(after.empty());
+        EXPECT_EQ(rewritten.substr(after.size()), original.substr(before.size()));
+        std::vector<std::string> cards = Cards(after, 7, earlier.size() + 3);
+        EXPECT_EQ(cards[0], Card(earlier[0]));
+        for (size_t i = 1; i < earlier.size(); ++i)
+            EXPECT_EQ(cards[i], Card("COMMENT (**) " + earlier[i]));
+        EXPECT_EQ(cards[earlier.size()], Card("COMMENT = WCS coordinates modified by Tornel:"));
+        EXPECT_EQ(cards[earlier.size() + 2], Card("COMMENT = Tornel is a telescope pointing tool, "));
     }
 }
 
