@@ -9,7 +9,7 @@
 //   validation  the real images of the validation folder whose field suits database 1.
 //   --blind     with either `fields` or `validation`: database 2 and no position at all, `tornel-cli
 //               8 field.fit`; rendered fields are 1.5 to 3 degrees across, and the real images those
-//               of 1 to 3.5 degrees.
+//               of 1.2 to 5 degrees.
 //
 // A program folder made by `tornel-db default` gives the database; the runs happen in a copy of its
 // parameters in a work folder.

@@ -1,7 +1,8 @@
 #pragma once
 // A small incremental Delaunay triangulation (a super-triangle and the circumcircle test) over a few
-// integer points. The image road uses it to try first the well-shaped triangles that join neighbours;
-// the database builder uses it to choose the triangles it stores.
+// integer points. The image road uses it to try first the well-shaped triangles that join neighbours.
+// The database builder keeps its own over unlimited points in tangent-plane degrees, which rounding to
+// whole units would ruin.
 #include <array>
 #include <cstdint>
 
