@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # The whole set-up on a fresh Debian machine: dependencies, build, the default database, and a first
-# start of the program.
+# solve of a sample field.
 set -euo pipefail
 cd "$(dirname "$0")"
 scripts/install-dependencies.sh
@@ -9,3 +9,4 @@ cmake --build build -j"$(nproc)"
 # The default database: the Tycho-2 star list and OpenNGC from Debian, built into the program folder.
 build/herramientas/tornel-db default
 build/consola/tornel-cli
+scripts/solve-sample.sh

@@ -4,6 +4,10 @@
 
 #include "astrometria/plate_model.h"
 #include "core/errors.h"
+#include "core/language.h"
+#include "core/numbers.h"
+#include "core/parametros.h"
+#include "resultados/resumen.h"
 
 namespace tornel {
 
@@ -36,6 +40,52 @@ void CalculaNorteCamara(Context& c, double& angulo, int32_t& codigo) {
     if (!ok || !converted) return;
     angulo = answer;
     codigo = 0;
+}
+
+}  // namespace tornel
+
+namespace tornel {
+
+void AutoCalibraAngulo(Context& c) {
+    if (!c.gSolucionOK || c.mFinAnalisis) return;
+    double angle = 0;
+    int32_t code = 1;
+    CalculaNorteCamara(c, angle, code);
+    if (code != 0) {
+        AvisoIdioma(c, "Imposible autocalibrar el ángulo de la imagen.",
+                    "Impossible d'auto-calibrer l'angle de l'image.",
+                    "Impossible to Auto-calibrate the image angle.");
+        return;
+    }
+    if (c.gOrigenImagen == 5 || c.gOrigenImagen == 6) {
+        c.gAnguloImagen = angle;
+    } else {
+        const std::string a = FormatNumber(angle, "0.00");
+        if (c.platform.AskYesNo(Pick(c, "Nuevo ángulo de imagen = " + a + " grados. ¿Está de acuerdo ?",
+                                     "Nouvel angle de l'image = " + a + " degrés. Êtes-vous d'accord ?",
+                                     "New image angle = " + a + " degrees. Do you agree ?"),
+                                Pick(c, "Autocalibrar angulo imagen", "Autocalibrer l'angle de l'image",
+                                     "Autocalibrate image angle"),
+                                false))
+            c.gAnguloImagen = angle;
+    }
+    GrabaParametros(c);
+}
+
+void AskToAcceptAngleFound(Context& c, std::string_view tituloEs, std::string_view tituloFr,
+                           std::string_view tituloEn) {
+    const std::string a = FormatNumber(c.mAnguloHallado, "0.00"), s = std::to_string(c.gLadosSolucion);
+    const std::string question =
+        Pick(c,
+             "Angulo de imagen encontrado = " + a + " grados,\ncon una solución de " + s +
+                 " lados.\n¿ Acepta este valor ? ",
+             "Angle de l'image trouvé = " + a + " degrés,\navec une solution de " + s +
+                 " côtés.\nAcceptez-vous cette valeur ? ",
+             "Image angle found = " + a + " degrees,\nwith a " + s +
+                 " sides solution.\nOk to accept this value ? ");
+    if (!c.platform.AskYesNo(question, Pick(c, tituloEs, tituloFr, tituloEn), false)) return;
+    c.gAnguloImagen = c.mAnguloHallado;
+    GrabaParametros(c);
 }
 
 }  // namespace tornel

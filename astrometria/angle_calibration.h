@@ -2,6 +2,7 @@
 // Calibration of the image angle from a solved image. The image angle is the direction of celestial
 // north at the image centre, in degrees from +y towards +x.
 #include <cstdint>
+#include <string_view>
 
 #include "core/context.h"
 
@@ -14,5 +15,10 @@ void CalculaNorteCamara(Context& c, double& angulo, int32_t& codigo);
 
 // Measures the image angle on the solution and proposes it, or in the waiting modes sets it.
 void AutoCalibraAngulo(Context& c);
+
+// The Yes/No box titled `titulo` (Spanish, French, English) offering mAnguloHallado, found with
+// gLadosSolucion sides, as the new image angle; Yes sets gAnguloImagen and saves the parameters.
+void AskToAcceptAngleFound(Context& c, std::string_view tituloEs, std::string_view tituloFr,
+                           std::string_view tituloEn);
 
 }  // namespace tornel

@@ -1,6 +1,7 @@
 #pragma once
 // Shared results of the sky formulas and the two plate solutions.
 #include <array>
+#include <cstdint>
 
 namespace tornel {
 
@@ -28,6 +29,8 @@ struct AstrometryState {
     // Image angle of the latest solution, degrees, and whether it could be computed.
     double mAnguloHallado = 0;
     bool mHayAngulo = false;
+    // Half-width of the search over image angles, degrees: 5, 10 or 15.
+    int32_t gAmplitudAngulo = 5;
 };
 
 }  // namespace tornel

@@ -20,11 +20,6 @@ double Component(Vector3 v, int j) {
     return j == 1 ? v.x : j == 2 ? v.y : v.z;
 }
 
-double Determinant(Vector3 r1, Vector3 r2, Vector3 r3) {
-    return r1.x * (r2.y * r3.z - r2.z * r3.y) - r1.y * (r2.x * r3.z - r2.z * r3.x) +
-           r1.z * (r2.x * r3.y - r2.y * r3.x);
-}
-
 // Cramer's rule for the system whose rows are r1, r2, r3 and whose right-hand side is b; det is the
 // shared determinant of the rows.
 Vector3 Cramer(Vector3 r1, Vector3 r2, Vector3 r3, Vector3 b, double det) {

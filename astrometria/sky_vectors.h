@@ -25,6 +25,12 @@ inline double Norm(Vector3 a) {
     return std::sqrt(a.x * a.x + a.y * a.y + a.z * a.z);
 }
 
+// Determinant of the matrix whose rows are a, b, c: positive when they turn counter-clockwise seen
+// from outside.
+inline double Determinant(Vector3 a, Vector3 b, Vector3 c) {
+    return a.x * (b.y * c.z - b.z * c.y) - a.y * (b.x * c.z - b.z * c.x) + a.z * (b.x * c.y - b.y * c.x);
+}
+
 // Unit vector of (ra, dec), degrees, converted to radians with the program's gPi.
 inline Vector3 SkyVector(const Context& c, double ra, double dec) {
     double a = ra * c.gGradosARadianes, d = dec * c.gGradosARadianes;

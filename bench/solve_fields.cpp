@@ -1,4 +1,4 @@
-// tornel-solve-fields: the end-to-end solve benchmark of the distance road.
+// tornel-solve-fields: the end-to-end solve benchmark of both roads.
 //
 //   fields      renders random fields from the catalogue of the default database with `tornel-db
 //               render` (with noise and hot pixels) and runs the whole `tornel-cli 8 field.fit RA DEC`
@@ -7,6 +7,9 @@
 //   zones       one rendered field through each zone search (ring, parallel, meridian, whole sky),
 //               in this process, with no early end: the time of a full sweep.
 //   validation  the real images of the validation folder whose field suits database 1.
+//   --blind     with either `fields` or `validation`: database 2 and no position at all, `tornel-cli
+//               8 field.fit`; rendered fields are 1.5 to 3 degrees across, and the real images those
+//               of 1.2 to 5 degrees.
 //
 // A program folder made by `tornel-db default` gives the database; the runs happen in a copy of its
 // parameters in a work folder.
@@ -55,6 +58,7 @@ struct Settings {
     uint64_t seed = 1;
     int mirrorEvery = 10;  // every n-th field is mirrored (0: none)
     int inclination = 1;   // parameter 10, degrees
+    bool blind = false;    // database 2, no position
 };
 
 double Uniform(std::mt19937_64& g) {
@@ -113,6 +117,15 @@ std::string Quote(const std::string& s) {
     return "'" + s + "'";
 }
 
+// tornel-cli analysing `image` around (ra, dec), or with no position at all in the blind mode.
+std::string CliCommand(const Settings& s, const std::string& home, const std::string& image, double ra,
+                       double dec) {
+    std::string command =
+        "TORNEL_HOME=" + Quote(home) + " " + s.tools + "/consola/tornel-cli 8 " + Quote(image);
+    if (!s.blind) command += " " + ShortestText(ra) + " " + ShortestText(dec);
+    return command;
+}
+
 // What tornel-cli printed of its solution: the "CENTRE:" line and the image angle.
 struct Answer {
     bool found = false;
@@ -160,6 +173,8 @@ void WriteParameters(const std::string& home, const std::function<void(Context&)
     c.gCarpetaPrograma = home;
     ParametrosPorDefecto(c);
     CargaParametros(c, RutaParametros(c));
+    // The file holds the database in force, and nothing is put in force here.
+    c.gBaseDatos = c.gBaseDatosPedida;
     change(c);
     GrabaParametros(c);
 }
@@ -175,8 +190,10 @@ std::string PrepareHome(const Settings& s) {
         c.gUmbralAutomatico = 1;
         c.gAnchoVentana = 5;
         c.gAltoVentana = 5;
-        c.gBaseDatosPedida = 1;
-        c.gBaseDatos = 1;
+        c.gBaseDatosPedida = s.blind ? 2 : 1;
+        // No position: the centre of the combos (0, 0) only orders the candidates.
+        if (s.blind) c.gOrigenCoordenadas = 0;
+        c.gBaseDatos = c.gBaseDatosPedida;
         c.gErrorInclinacion = static_cast<int16_t>(s.inclination);
     });
     return home;
@@ -211,7 +228,7 @@ Field RenderField(const Settings& s, int index, std::mt19937_64& rng) {
     f.g.dec = std::asin(2 * Uniform(rng) - 1) / kRad;
     f.g.width = 800 + static_cast<int32_t>(rng() % 601);
     f.g.height = static_cast<int32_t>(f.g.width * (0.75 + 0.25 * Uniform(rng)));
-    const double side = 0.5 + 0.5 * Uniform(rng);
+    const double side = s.blind ? 1.5 + 1.5 * Uniform(rng) : 0.5 + 0.5 * Uniform(rng);
     f.g.arcsecPerPixel = side * 3600 / f.g.width;
     f.g.angle = 360 * Uniform(rng);
     f.g.mirror = s.mirrorEvery > 0 && index % s.mirrorEvery == s.mirrorEvery - 1;
@@ -246,10 +263,11 @@ void WarmDatabase(const Settings& s) {
     }
 }
 
-// Catalogue stars of a field inside the central box that the analysis keeps (0.5 degree a side).
-int StarsInAnalysedBox(const Field& f) {
+// Catalogue stars of a field inside the central box that the analysis keeps (0.5 degree a side with
+// database 1, 3 degrees with database 2).
+int StarsInAnalysedBox(const Settings& s, const Field& f) {
     std::ifstream in(f.fits + ".csv");
-    const double half = 0.5 / 2 * 3600 / f.g.arcsecPerPixel;
+    const double half = (s.blind ? 3.0 : 0.5) / 2 * 3600 / f.g.arcsecPerPixel;
     int count = 0;
     std::string line;
     while (std::getline(in, line)) {
@@ -285,12 +303,13 @@ int Fields(const Settings& s) {
             continue;
         }
         ++rendered;
-        const int boxStars = StarsInAnalysedBox(f);
-        // A polygon of 6 sides needs 4 stars: fewer in the box cannot be solved by this road.
-        if (boxStars >= 4) ++solvable;
+        const int boxStars = StarsInAnalysedBox(s, f);
+        // A polygon of 6 sides needs 4 stars, a triangle solution of 7 sides 5: fewer in the box cannot
+        // be solved.
+        const int enough = s.blind ? 5 : 4;
+        if (boxStars >= enough) ++solvable;
         SetImage(home, f.g.arcsecPerPixel, f.givenAngle, f.g.mirror);
-        const Run r = Execute("TORNEL_HOME=" + Quote(home) + " " + s.tools + "/consola/tornel-cli 8 " +
-                              Quote(f.fits) + " " + ShortestText(f.givenRa) + " " + ShortestText(f.givenDec));
+        const Run r = Execute(CliCommand(s, home, f.fits, f.givenRa, f.givenDec));
         seconds.push_back(r.seconds);
         const Answer a = ParseAnswer(r.out);
         double ra = 0, dec = 0, px = -1, da = -1;
@@ -302,7 +321,7 @@ int Fields(const Settings& s) {
             angleErrors.push_back(da);
             if (px <= 2 && da <= 0.2) {
                 ++solved;
-                if (boxStars >= 4) ++solvedOfSolvable;
+                if (boxStars >= enough) ++solvedOfSolvable;
             } else
                 ++wrong;
         } else {
@@ -320,8 +339,8 @@ int Fields(const Settings& s) {
     std::cout << "\nfields " << rendered << ", solved " << solved << " ("
               << FormatNumber(rendered ? 100.0 * solved / rendered : 0, "0.0") << " %), wrong answers "
               << wrong << ", not solved " << failed << "\n";
-    std::cout << "fields with 4 or more catalogue stars in the analysed box " << solvable << ", solved "
-              << solvedOfSolvable << " ("
+    std::cout << "fields with " << (s.blind ? 5 : 4) << " or more catalogue stars in the analysed box "
+              << solvable << ", solved " << solvedOfSolvable << " ("
               << FormatNumber(solvable ? 100.0 * solvedOfSolvable / solvable : 0, "0.0") << " %)\n";
     std::cout << "time per field: median " << FormatNumber(Quantile(seconds, 0.5) * 1000, "0") << " ms, 95 % "
               << FormatNumber(Quantile(seconds, 0.95) * 1000, "0") << " ms, max "
@@ -445,7 +464,8 @@ int Validation(const Settings& s) {
         if (row.at("ra_center_deg").empty() || (row.at("bitpix") == "8" && format == "FITS")) continue;
         const double w = std::stod(fov.substr(0, fov.find('x'))),
                      h = std::stod(fov.substr(fov.find('x') + 1));
-        if (std::max(w, h) > 1.6) continue;  // database 1 solves small fields
+        // Database 1 solves small fields; database 2 fields of a degree or more, their central 3 degrees.
+        if (s.blind ? std::max(w, h) < 1.2 || std::max(w, h) > 5 : std::max(w, h) > 1.6) continue;
         const double ra = std::stod(row.at("ra_center_deg")), dec = std::stod(row.at("dec_center_deg"));
         const double scale = std::stod(row.at("scale_arcsec_px"));
         const double north = std::stod(row.at("north_angle_display_deg"));
@@ -456,9 +476,7 @@ int Validation(const Settings& s) {
         // The search centre a degree away from the truth.
         double givenRa = 0, givenDec = 0;
         Offset(ra, dec, 45, 1, givenRa, givenDec);
-        const Run r = Execute("TORNEL_HOME=" + Quote(home) + " " + s.tools + "/consola/tornel-cli 8 " +
-                              Quote(s.validation + "/" + file) + " " + ShortestText(givenRa) + " " +
-                              ShortestText(givenDec));
+        const Run r = Execute(CliCommand(s, home, s.validation + "/" + file, givenRa, givenDec));
         const Answer a = ParseAnswer(r.out);
         double px = -1, da = -1;
         if (r.status == 0 && a.found) {
@@ -504,6 +522,8 @@ int Main(int argc, char** argv) {
             s.mirrorEvery = std::stoi(value());
         else if (args[k] == "--inclination")
             s.inclination = std::stoi(value());
+        else if (args[k] == "--blind")
+            s.blind = true;
         else if (args[k] == "--validation")
             s.validation = value();
         else if (s.mode.empty())
@@ -516,7 +536,7 @@ int Main(int argc, char** argv) {
         std::cerr
             << "usage: tornel-solve-fields fields|zones|validation --home PROGRAM_FOLDER [--catalogue FILE]\n"
                "       [--work DIR] [--fields N] [--seed S] [--mirror-every N] [--inclination DEG] "
-               "[--validation DIR]\n";
+               "[--validation DIR] [--blind]\n";
         return 2;
     }
     if (s.home.back() != '/') s.home += '/';

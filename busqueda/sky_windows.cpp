@@ -22,59 +22,6 @@ namespace tornel {
 
 namespace {
 
-// The checks and resets that every search starts with; false when the search cannot run.
-bool StartSearch(Context& c, bool checkRightAscension = true) {
-    if (!ExisteBDestrellas(c) || !ExisteBDdistancias(c) || !ExisteCarpetaAuto(c)) return false;
-    c.mHayAnillo = false;
-    if (c.gCentroBusquedaDEC < -90 || c.gCentroBusquedaDEC > 90) {
-        c.mFinAnalisis = true;
-        VisuTitulo(c, "Declinación fuera de rango.", "Déclinaison hors limites.",
-                   "Declination out of range.");
-        LabelResul(c, "DE de búsqueda incorrecta.", "DEC non valable.", "DEC not valid.");
-        ParaResumen(c, "La declinación de búsqueda no es válida.",
-                    "La déclinaison de recherche n'est pas valable.",
-                    "The searching declination is not valid.");
-        return false;
-    }
-    if (checkRightAscension && (c.gCentroBusquedaRA < 0 || c.gCentroBusquedaRA >= 360)) {
-        c.mFinAnalisis = true;
-        VisuTitulo(c, "AR fuera de rango.", "AD hors limites.", "RA out of range.");
-        LabelResul(c, "AR de búsqueda incorrecta.", "AD de recherche non valable.", "RA not valid.");
-        ParaResumen(c, "La AR de búsqueda no es válida.", "L'AD de recherche n'est pas valable.",
-                    "The searching RA is not valid.");
-        return false;
-    }
-    c.mMejores.assign(1, Poligono{});
-    c.mMejores.reserve(101);
-    c.mNumMejores = 0;
-    c.mMejorLados = 6;
-    return true;
-}
-
-// A stop from outside, an end of the analysis, or a polygon with enough sides.
-bool SearchMustStop(const Context& c) {
-    return c.gDetenerAnalisis || c.mFinAnalisis || c.mMejorLados >= c.gLadosParaParar;
-}
-
-void NoDistanceFile(Context& c) {
-    SummaryAndTitle(c, "No se ha encontrado ningún fichero de distancias.",
-                    "Aucun fichier de distances n'a été trouvé.", "No distance file was found.");
-}
-
-// After the loop of a zone search: no ring at all ends the analysis.
-void AfterZoneLoop(Context& c) {
-    if (!c.mHayAnillo && !c.mFinAnalisis) {
-        NoDistanceFile(c);
-        c.mFinAnalisis = true;
-    }
-}
-
-void PoleWhenReached(Context& c, bool reached, int32_t polo) {
-    if (!reached || c.mMejorLados >= c.gLadosParaParar) return;
-    int32_t resultado = 0;
-    TrataPolos(c, polo, resultado);
-}
-
 // Width in right ascension of a window at the edge of rings a..b nearer the equator, where a degree
 // of right ascension is longest: the step between windows that overlap by half a degree.
 double RightAscensionStep(const Context& c, int32_t a, int32_t b) {
@@ -164,17 +111,71 @@ std::vector<ZoneWindow> GroupByRing(std::vector<ZoneWindow> list) {
 
 }  // namespace
 
-void WindowStep(Context& c, double ar, double a1, double a2) {
+bool StartSearch(Context& c, bool checkRightAscension) {
+    if (!ExisteBDestrellas(c) || !ExisteBDdistancias(c) || !ExisteCarpetaAuto(c)) return false;
+    c.mHayAnillo = false;
+    if (c.gCentroBusquedaDEC < -90 || c.gCentroBusquedaDEC > 90) {
+        c.mFinAnalisis = true;
+        VisuTitulo(c, "Declinación fuera de rango.", "Déclinaison hors limites.",
+                   "Declination out of range.");
+        LabelResul(c, "DE de búsqueda incorrecta.", "DEC non valable.", "DEC not valid.");
+        ParaResumen(c, "La declinación de búsqueda no es válida.",
+                    "La déclinaison de recherche n'est pas valable.",
+                    "The searching declination is not valid.");
+        return false;
+    }
+    if (checkRightAscension && (c.gCentroBusquedaRA < 0 || c.gCentroBusquedaRA >= 360)) {
+        c.mFinAnalisis = true;
+        VisuTitulo(c, "AR fuera de rango.", "AD hors limites.", "RA out of range.");
+        LabelResul(c, "AR de búsqueda incorrecta.", "AD de recherche non valable.", "RA not valid.");
+        ParaResumen(c, "La AR de búsqueda no es válida.", "L'AD de recherche n'est pas valable.",
+                    "The searching RA is not valid.");
+        return false;
+    }
+    c.mMejores.assign(1, Poligono{});
+    c.mMejores.reserve(101);
+    c.mNumMejores = 0;
+    c.mMejorLados = 6;
+    return true;
+}
+
+bool SearchMustStop(const Context& c) {
+    return c.gDetenerAnalisis || c.mFinAnalisis || c.mMejorLados >= c.gLadosParaParar;
+}
+
+namespace {
+
+void NoDistanceFile(Context& c) {
+    SummaryAndTitle(c, "No se ha encontrado ningún fichero de distancias.",
+                    "Aucun fichier de distances n'a été trouvé.", "No distance file was found.");
+}
+
+}  // namespace
+
+void AfterZoneLoop(Context& c) {
+    if (!c.mHayAnillo && !c.mFinAnalisis) {
+        NoDistanceFile(c);
+        c.mFinAnalisis = true;
+    }
+}
+
+void PoleWhenReached(Context& c, bool reached, int32_t polo) {
+    if (!reached || c.mMejorLados >= c.gLadosParaParar) return;
+    int32_t resultado = 0;
+    TrataPolos(c, polo, resultado);
+}
+
+void WindowStep(Context& c, double ar, double a1, double a2, double angulo) {
     if (c.mFinAnalisis) return;
     VaciaSegmentos(c);
     c.mSegmentos.reserve(static_cast<size_t>(std::min(c.gMaxSegmentos, 4096)) + 1);
     int32_t resultado = 0;
-    PescaEnVentana(c, c.gAnguloImagen, ar, a1, a2, resultado);
+    PescaEnVentana(c, angulo, ar, a1, a2, resultado);
     if (resultado > 0) c.mFinAnalisis = true;
     if (c.mFinAnalisis || c.mNumSegmentos == 0) return;
     Construye3estrellas(c);
     ConstruyePoligonosFinales(c);
-    CompletaPoligonos(c, c.gAnguloImagen);
+    CompletaPoligonos(c, angulo);
     AnalisisParcial(c);
 }
 
@@ -199,7 +200,7 @@ void BusquedaEnVentanaFija(Context& c) {
         ParaResumen(c, "alrededor de AR= " + ra + " grados, DE= " + dec + " grados.",
                     "autour de AD= " + ra + " degrés, DEC= " + dec + " degrés.",
                     "around RA= " + ra + " degrees, DEC= " + dec + " degrees.");
-        WindowStep(c, c.gCentroBusquedaRA, a1, a2);
+        WindowStep(c, c.gCentroBusquedaRA, a1, a2, c.gAnguloImagen);
         if (!c.mHayAnillo) NoDistanceFile(c);
         PoleWhenReached(c, a1 == 0, 0);
         PoleWhenReached(c, a2 == 179, 179);
@@ -229,7 +230,7 @@ void BusquedaEnZonaEsferica(Context& c) {
             const double step = RightAscensionStep(c, a, b);
             for (double ar = 0; ar <= 360 && !SearchMustStop(c); ar += step) {
                 TitleDeclination(c, a - 90);
-                WindowStep(c, ar, a, b);
+                WindowStep(c, ar, a, b, c.gAnguloImagen);
             }
         });
         AfterZoneLoop(c);
@@ -247,7 +248,7 @@ void BusquedaEnZonaMeridiano(Context& c) {
                     "Searching along a meridian with RA = " + ra + " degrees.");
         SweepBands(c, 0, 179, ToLong(c.gCentroBusquedaDEC + 90), [&](int32_t a, int32_t b) {
             TitleRightAscension(c, c.gCentroBusquedaRA);
-            WindowStep(c, c.gCentroBusquedaRA, a, b);
+            WindowStep(c, c.gCentroBusquedaRA, a, b, c.gAnguloImagen);
         });
         AfterZoneLoop(c);
         AnalisisFinal(c);
@@ -290,7 +291,7 @@ void BusquedaEnZonaParalelo(Context& c) {
         for (double ar : order) {
             if (SearchMustStop(c)) break;
             TitleDeclination(c, c.gCentroBusquedaDEC);
-            WindowStep(c, ar, a, b);
+            WindowStep(c, ar, a, b, c.gAnguloImagen);
         }
         AfterZoneLoop(c);
         PoleWhenReached(c, a <= 0, 0);
@@ -299,73 +300,78 @@ void BusquedaEnZonaParalelo(Context& c) {
     });
 }
 
+bool SweepZone30x30(Context& c, double angulo) {
+    const int32_t d1 = std::max(ToLong(c.gCentroBusquedaDEC - 15), -90);
+    int32_t d2 = std::min(ToLong(c.gCentroBusquedaDEC + 15), 89);
+    int32_t step = 0;
+    if (c.gAltoVentana + 1 >= d2 - d1) {
+        // A window as tall as the zone: one row.
+        step = d2 - d1;
+        if (step == 1) step = 2;
+        d2 = d1;
+    } else {
+        step = ToLong(c.gAltoVentana);
+    }
+    step = std::max(step, 2);
+    c.gAnchoZona30 = 30;
+    std::vector<ZoneWindow> list;
+    constexpr size_t kMostWindows = 500;
+    for (int32_t d = d1; d <= d2 && list.size() < kMostWindows; d += step - 1) {
+        const int32_t a = d + 90, b = std::min(a + step, 179);
+        const double mean = (a + b) / 2.0 - 90;
+        const double k = std::cos(mean * c.gGradosARadianes);
+        const double w = std::min(c.gAnchoZona30 / k, 360.0);
+        const double width = c.gAnchoVentana / k, overlap = 0.25 / k;
+        double start = c.gCentroBusquedaRA - w / 2;
+        if (start < 0) start += 360;
+        const double end = start + w;
+        for (double ar = start; ar <= end && list.size() < kMostWindows; ar += width - overlap) {
+            ZoneWindow z;
+            z.a = a;
+            z.b = b;
+            z.arDesde = GradosEntre0y360(ar);
+            z.arHasta = GradosEntre0y360(ar + width + overlap);
+            const double middle = GradosEntre0y360(ar + (width + overlap) / 2);
+            z.distance = CalculaDistancia(c, c.gCentroBusquedaRA, c.gCentroBusquedaDEC, middle, mean);
+            if (z.distance < 15) list.push_back(z);
+        }
+        if (a < 3 && list.size() < kMostWindows) list.push_back({0, 2, 0, 0, 360});
+        if (b > 176 && list.size() < kMostWindows) list.push_back({177, 179, 0, 0, 360});
+    }
+    list = GroupByRing(NearestFirst(std::move(list)));
+    if (list.empty()) {
+        MensajeIdioma(
+            c, "La ventana de búsqueda es demasiado pequeña para la opción 'Buscar en zona 30x30 grados'",
+            "La fenêtre de recherche est trop petite pour l'option 'Rechercher dans une zone de 30x30 "
+            "degrés'",
+            "The searching window is too small for the 'Search in a 30x30 degrees area' option");
+        c.mFinAnalisis = true;
+        return false;
+    }
+    for (const ZoneWindow& z : list) {
+        if (SearchMustStop(c)) break;
+        c.mArDesde = z.arDesde;
+        c.mArHasta = z.arHasta;
+        c.mAnilloDesde = z.a;
+        c.mAnilloHasta = z.b;
+        const double middle = z.arHasta > z.arDesde ? (z.arDesde + z.arHasta) / 2
+                                                    : GradosEntre0y360((z.arDesde + z.arHasta + 360) / 2);
+        TitleRightAscension(c, middle);
+        WindowStep(c, middle, z.a, z.b, angulo);
+    }
+    AfterZoneLoop(c);
+    PoleWhenReached(c, d1 + 90 < 3, 0);
+    PoleWhenReached(c, std::min(d2 + 90 + step, 179) > 176, 179);
+    return true;
+}
+
 void BusquedaEnZona30x30porEspiralDeclinacionFija(Context& c) {
     if (c.mFinAnalisis || (c.gZonaCielo != 4 && c.gZonaCielo != 6)) return;
     WithTrap(c, "BuscaEnZona30x30porEspiral", [&] {
         ParaResumen(c, "Búsqueda en zona 30x30 grados.", "Recherche dans une zone de 30x30 degrés.",
                     "Searching in a 30x30 degrees zone.");
         if (!StartSearch(c)) return;
-        const int32_t d1 = std::max(ToLong(c.gCentroBusquedaDEC - 15), -90);
-        int32_t d2 = std::min(ToLong(c.gCentroBusquedaDEC + 15), 89);
-        int32_t step = 0;
-        if (c.gAltoVentana + 1 >= d2 - d1) {
-            // A window as tall as the zone: one row.
-            step = d2 - d1;
-            if (step == 1) step = 2;
-            d2 = d1;
-        } else {
-            step = ToLong(c.gAltoVentana);
-        }
-        step = std::max(step, 2);
-        c.gAnchoZona30 = 30;
-        std::vector<ZoneWindow> list;
-        constexpr size_t kMostWindows = 500;
-        for (int32_t d = d1; d <= d2 && list.size() < kMostWindows; d += step - 1) {
-            const int32_t a = d + 90, b = std::min(a + step, 179);
-            const double mean = (a + b) / 2.0 - 90;
-            const double k = std::cos(mean * c.gGradosARadianes);
-            const double w = std::min(c.gAnchoZona30 / k, 360.0);
-            const double width = c.gAnchoVentana / k, overlap = 0.25 / k;
-            double start = c.gCentroBusquedaRA - w / 2;
-            if (start < 0) start += 360;
-            const double end = start + w;
-            for (double ar = start; ar <= end && list.size() < kMostWindows; ar += width - overlap) {
-                ZoneWindow z;
-                z.a = a;
-                z.b = b;
-                z.arDesde = GradosEntre0y360(ar);
-                z.arHasta = GradosEntre0y360(ar + width + overlap);
-                const double middle = GradosEntre0y360(ar + (width + overlap) / 2);
-                z.distance = CalculaDistancia(c, c.gCentroBusquedaRA, c.gCentroBusquedaDEC, middle, mean);
-                if (z.distance < 15) list.push_back(z);
-            }
-            if (a < 3 && list.size() < kMostWindows) list.push_back({0, 2, 0, 0, 360});
-            if (b > 176 && list.size() < kMostWindows) list.push_back({177, 179, 0, 0, 360});
-        }
-        list = GroupByRing(NearestFirst(std::move(list)));
-        if (list.empty()) {
-            MensajeIdioma(
-                c, "La ventana de búsqueda es demasiado pequeña para la opción 'Buscar en zona 30x30 grados'",
-                "La fenêtre de recherche est trop petite pour l'option 'Rechercher dans une zone de 30x30 "
-                "degrés'",
-                "The searching window is too small for the 'Search in a 30x30 degrees area' option");
-            c.mFinAnalisis = true;
-            return;
-        }
-        for (const ZoneWindow& z : list) {
-            if (SearchMustStop(c)) break;
-            c.mArDesde = z.arDesde;
-            c.mArHasta = z.arHasta;
-            c.mAnilloDesde = z.a;
-            c.mAnilloHasta = z.b;
-            const double middle = z.arHasta > z.arDesde ? (z.arDesde + z.arHasta) / 2
-                                                        : GradosEntre0y360((z.arDesde + z.arHasta + 360) / 2);
-            TitleRightAscension(c, middle);
-            WindowStep(c, middle, z.a, z.b);
-        }
-        AfterZoneLoop(c);
-        PoleWhenReached(c, d1 + 90 < 3, 0);
-        PoleWhenReached(c, std::min(d2 + 90 + step, 179) > 176, 179);
+        if (!SweepZone30x30(c, c.gAnguloImagen)) return;
         AnalisisFinal(c);
     });
 }

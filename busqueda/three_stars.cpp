@@ -115,8 +115,7 @@ void ProductoVectorialEspacio(Context& c, int32_t a, int32_t b, int32_t k, doubl
         LeeCoordenadasEstrella(c, stars[m]);
         v[m] = SkyVector(c, c.gEstrellaRA, c.gEstrellaDEC);
     }
-    resultado = v[0].x * (v[1].y * v[2].z - v[1].z * v[2].y) - v[0].y * (v[1].x * v[2].z - v[1].z * v[2].x) +
-                v[0].z * (v[1].x * v[2].y - v[1].y * v[2].x);
+    resultado = Determinant(v[0], v[1], v[2]);
 }
 
 void CompruebaOrientacion(Context& c) {

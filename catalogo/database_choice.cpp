@@ -146,6 +146,8 @@ bool CambioBaseDatos(Context& c, int actual, int pedida) {
     } else {
         ApplyProfile(c, kDatabaseTwo);
         OpenStarFile(c);
+        // Its few megabytes are read record by record by every trial of the triangle search.
+        c.gCanalEstrellas->KeepInMemory();
         c.gBaseDatos = 2;
         Tri_BaseDatosAmemoria(c);
         c.gZonaCielo = 3;

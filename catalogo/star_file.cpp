@@ -4,7 +4,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstring>
 
 #include "core/numbers.h"
 
@@ -24,9 +26,21 @@ void StarFile::Close() {
     if (fd_ >= 0) ::close(fd_);
     fd_ = -1;
     path_.clear();
+    memory_ = {};
+    inMemory_ = false;
+}
+
+bool StarFile::KeepInMemory() {
+    if (fd_ < 0) return false;
+    std::vector<char> copy(static_cast<size_t>(Length()));
+    if (ReadAt(0, copy.data(), copy.size()) != copy.size()) return false;
+    memory_ = std::move(copy);
+    inMemory_ = true;
+    return true;
 }
 
 int64_t StarFile::Length() const {
+    if (inMemory_) return static_cast<int64_t>(memory_.size());
     struct stat st {};
     if (fd_ < 0 || ::fstat(fd_, &st) != 0) return 0;
     return static_cast<int64_t>(st.st_size);
@@ -45,6 +59,13 @@ bool StarFile::ReadRecord(int64_t n, void* dst) const {
 
 size_t StarFile::ReadAt(int64_t offset, void* dst, size_t bytes) const {
     if (fd_ < 0 || offset < 0) return 0;
+    if (inMemory_) {
+        const auto size = static_cast<int64_t>(memory_.size());
+        if (offset >= size) return 0;
+        const auto n = static_cast<size_t>(std::min<int64_t>(static_cast<int64_t>(bytes), size - offset));
+        std::memcpy(dst, memory_.data() + offset, n);
+        return n;
+    }
     auto* out = static_cast<char*>(dst);
     size_t got = 0;
     while (got < bytes) {

@@ -1,9 +1,10 @@
 #pragma once
-// An open catalogue file: fixed-length records read by number, from 1, with pread, so that a file
-// that shrinks under the reader answers a failed read rather than a fault.
+// An open catalogue file: fixed-length records read by number, from 1, with pread (or from a copy in
+// memory), so that a file that shrinks under the reader answers a failed read rather than a fault.
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace tornel {
 
@@ -16,6 +17,9 @@ class StarFile {
 
     // Opens read-only; false when the file cannot be opened.
     bool Open(const std::string& path, int32_t recordLength);
+    // Reads the whole file into memory, from which every later read is served: for a small file that a
+    // search reads record by record. False, leaving reads on the file, when it cannot be read whole.
+    bool KeepInMemory();
     // Closing a closed file does nothing.
     void Close();
     bool IsOpen() const { return fd_ >= 0; }
@@ -33,6 +37,8 @@ class StarFile {
 
   private:
     int fd_ = -1;
+    std::vector<char> memory_;
+    bool inMemory_ = false;
     int32_t recordLength_ = 0;
     std::string path_;
 };

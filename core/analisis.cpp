@@ -72,6 +72,9 @@ void SearchDispatch(Context& c) {
         case 4:
             BusquedaEnZona30x30porEspiralDeclinacionFija(c);
             break;
+        case 6:
+            SearchZone30x30WithRotation(c);
+            break;
         case 8:
             BusquedaEnZonaParalelo(c);
             break;

@@ -7,6 +7,7 @@
 #include "astrometria/astrometry_state.h"
 #include "automatizacion/automation_state.h"
 #include "busqueda/search_state.h"
+#include "busqueda/triangle_state.h"
 #include "catalogo/catalog_state.h"
 #include "core/core_state.h"
 #include "core/parameters_state.h"
@@ -26,6 +27,7 @@ struct Context : CoreState,
                  ParameterState,
                  ImageState,
                  SearchState,
+                 TriangleState,
                  CatalogState,
                  AstrometryState,
                  ResultsState,

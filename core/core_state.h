@@ -51,6 +51,7 @@ struct CoreState {
     std::array<std::string, 3> gFechaCompilacion;  // Spanish, French, English
     std::string gVersionDLL;
     bool gMensajesDepuracion = false;
+    bool gMostrarTiempos = false;  // the time a search took goes to the caption
 
     // Databases: presence table by (database 1..2, kind 1..5); element 0 of each axis unused.
     std::array<std::array<int16_t, 6>, 3> gFicherosBD{};

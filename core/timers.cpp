@@ -1,5 +1,6 @@
 #include "core/timers.h"
 
+#include "astrometria/angle_calibration.h"
 #include "automatizacion/buzon.h"
 #include "catalogo/database_choice.h"
 #include "catalogo/regions.h"
@@ -26,6 +27,9 @@ const TimerBinding kTimers[] = {
     {"TimerAnalizaEnZonaGeneral", &Timers::TimerAnalizaEnZonaGeneral, TimerAnalizaEnZonaGeneral_Timer},
     {"TimerAnalizaAmbito30x30gSinRotacion", &Timers::TimerAnalizaAmbito30x30gSinRotacion,
      TimerAnalizaAmbito30x30gSinRotacion_Timer},
+    {"TimerAnalizaAmbito30x30gConRotacion", &Timers::TimerAnalizaAmbito30x30gConRotacion,
+     TimerAnalizaAmbito30x30gConRotacion_Timer},
+    {"TimerEsperaTriangle", &Timers::TimerEsperaTriangle, TimerEsperaTriangle_Timer},
     {"TimerBuzon", &Timers::TimerBuzon, TimerBuzon_Timer},
 };
 
@@ -149,6 +153,25 @@ void TimerAnalizaAmbito30x30gSinRotacion_Timer(Context& c) {
     c.gZonaCielo = 4;
     AnalizaImagen(c);
     DespuesDeAnalizaImagen(c);
+}
+
+void AnalizaAmbito30x30gConRotacion(Context& c) {
+    c.gZonaCielo = 6;
+    AnalizaImagen(c);
+    DespuesDeAnalizaImagen(c);
+}
+
+void TimerAnalizaAmbito30x30gConRotacion_Timer(Context& c) {
+    c.timers.TimerAnalizaAmbito30x30gConRotacion.Enabled = false;
+    if (c.gAnalizando || c.mRepintando) return;
+    c.mHayAngulo = false;
+    AnalizaAmbito30x30gConRotacion(c);
+    if (c.gLadosSolucion > 8 && c.mHayAngulo) {
+        AskToAcceptAngleFound(c, "Búsqueda en 30x30 g, con rotación", "Recherche en 30x30 d, avec rotation",
+                              "Search in 30x30 d, with rotation");
+    } else {
+        MensajeIdioma(c, "No se ha encontrado solución.", "Pas de solution trouvée.", "No solution found.");
+    }
 }
 
 }  // namespace tornel

@@ -25,5 +25,12 @@ void TimerAnalizaAmbitoVentanaElemental_Timer(Context& c);
 void TimerAnalizaAmbitoZonaEsferica_Timer(Context& c);
 void TimerAnalizaEnZonaGeneral_Timer(Context& c);
 void TimerAnalizaAmbito30x30gSinRotacion_Timer(Context& c);
+// The analysis of sky zone 6: the image searched over the 30 x 30 degree zone at every angle within
+// gAmplitudAngulo of the image angle.
+void AnalizaAmbito30x30gConRotacion(Context& c);
+// Runs that search and offers the angle found as the new image angle.
+void TimerAnalizaAmbito30x30gConRotacion_Timer(Context& c);
+// Reads the one value of est.ele and clears mEsperaTriangulo.
+void TimerEsperaTriangle_Timer(Context& c);
 
 }  // namespace tornel

@@ -24,6 +24,14 @@ void ToDisplay(const Context& c, double x, double y, double& dx, double& dy) {
     dy = (c.gPixelesY - y * c.gRelacionPixel) / f;
 }
 
+// A circle and the catalogue identifier at an identified star.
+void MarkStar(Context& c, double x, double y, int32_t id) {
+    double dx = 0, dy = 0;
+    ToDisplay(c, x, y, dx, dy);
+    c.platform.DrawCircle(dx, dy, 8, OverlayColour::Green, 1);
+    c.platform.DrawText(dx + 8, dy, IdTrabajo_A_IdCatalogo(c, id), OverlayColour::Green);
+}
+
 // The difference of two angles (degrees), brought into -180..180.
 double AngleApart(double a, double b) {
     double d = std::fmod(a - b, 360.0);
@@ -66,12 +74,7 @@ void GradosAcadenas(double ar, double de, std::string& textoAr, std::string& tex
 void EscribeIDsEstrellas(Context& c, int32_t indice) {
     if (indice < 1 || static_cast<size_t>(indice) >= c.mSoluciones.size()) return;
     const Solucion& sol = c.mSoluciones[static_cast<size_t>(indice)];
-    auto mark = [&](const EstrellaSolucion& s) {
-        double x = 0, y = 0;
-        ToDisplay(c, s.X, s.Y, x, y);
-        c.platform.DrawCircle(x, y, 8, OverlayColour::Green, 1);
-        c.platform.DrawText(x + 8, y, IdTrabajo_A_IdCatalogo(c, s.Id), OverlayColour::Green);
-    };
+    auto mark = [&](const EstrellaSolucion& s) { MarkStar(c, s.X, s.Y, s.Id); };
     for (int32_t e = 1; e <= sol.NumEnPoligono; ++e)
         mark(sol.EstrellasSolucion[static_cast<size_t>(e)]);
     for (const EstrellaSolucion& s : sol.Extendidas)
@@ -112,13 +115,11 @@ void AvisoSolucionNoSegura(Context& c) {
                                 dx == 0 && dy == 0 ? OverlayColour::Red : OverlayColour::White);
 }
 
-void Dist_PresentaSolucion(Context& c, int32_t indice, int32_t lados) {
-    if (c.mFinAnalisis || indice < 1 || static_cast<size_t>(indice) >= c.mSoluciones.size()) return;
-    // An unsafe solution passes when its stars stand where its plate puts them, within the three pixels
-    // in which the extension looks for a star; a safe one has shown enough sides already (a blended
-    // pair of stars may stand farther off).
-    if (!c.gSolucionSegura && c.mSoluciones[static_cast<size_t>(indice)].worstResidual > kResidualLimit)
-        return;
+namespace {
+
+// What both roads show of a solution with `lados` sides: the position labels, the result line and
+// the summary's "CENTRE:" line.
+void ShowCentre(Context& c, int32_t lados) {
     c.gHaySolucion = true;
     std::string ra, dec, raDate, decDate;
     GradosAcadenas(c.gARJ2000, c.gDEJ2000, ra, dec);
@@ -145,7 +146,42 @@ void Dist_PresentaSolucion(Context& c, int32_t indice, int32_t lados) {
                     " (date)  Côtés= " + n + "  Déviation= " + deviation + "  Angle= " + angle,
                 "CENTRE: RA= " + ra + " DEC= " + dec + " (J2000)  RA= " + raDate + " DEC= " + decDate +
                     " (date)  Sides= " + n + "  Deviation= " + deviation + "  Angle= " + angle);
+}
+
+}  // namespace
+
+void Dist_PresentaSolucion(Context& c, int32_t indice, int32_t lados) {
+    if (c.mFinAnalisis || indice < 1 || static_cast<size_t>(indice) >= c.mSoluciones.size()) return;
+    // An unsafe solution passes when its stars stand where its plate puts them, within the three pixels
+    // in which the extension looks for a star; a safe one has shown enough sides already (a blended
+    // pair of stars may stand farther off).
+    if (!c.gSolucionSegura && c.mSoluciones[static_cast<size_t>(indice)].worstResidual > kResidualLimit)
+        return;
+    ShowCentre(c, lados);
     EscribeIDsEstrellas(c, indice);
+    DibujaBrujula(c);
+    if (!c.gSolucionSegura) AvisoSolucionNoSegura(c);
+}
+
+void Tri_EscribeIDsEstrellas(Context& c) {
+    const SolucionTriangulo& s = c.mSolucion;
+    for (int32_t k = 1; k <= 10 && k < static_cast<int32_t>(c.mSeleccionadasCuadradas.size()); ++k)
+        if (Estrella(s, k) != 0) {
+            const EstrellaImagen& e = c.mSeleccionadasCuadradas[static_cast<size_t>(k)];
+            MarkStar(c, e.x, e.y, Estrella(s, k));
+        }
+    const auto first = static_cast<size_t>(std::clamp<int32_t>(c.mNumSeleccionadas, 0, 10)) + 1;
+    for (size_t m = 0; m < s.EstrellasExtra.size(); ++m)
+        if (s.EstrellasExtra[m] != 0 && first + m < c.mEstrellasCuadradas.size()) {
+            const EstrellaImagen& e = c.mEstrellasCuadradas[first + m];
+            MarkStar(c, e.x, e.y, s.EstrellasExtra[m]);
+        }
+}
+
+void Tri_PresentaSolucion(Context& c) {
+    if (c.mFinAnalisis || !c.gSolucionOK) return;
+    ShowCentre(c, c.gLadosSolucion);
+    Tri_EscribeIDsEstrellas(c);
     DibujaBrujula(c);
     if (!c.gSolucionSegura) AvisoSolucionNoSegura(c);
 }

@@ -16,6 +16,11 @@ void GradosAcadenas(double ar, double de, std::string& textoAr, std::string& tex
 // three pixels from where its plate puts it, then the position labels, the result line, the summary's
 // "CENTRE:" line, the identified stars, the compass and, for an unsafe solution, the warning.
 void Dist_PresentaSolucion(Context& c, int32_t indice, int32_t lados);
+// The triangle road's presentation of mSolucion with gLadosSolucion sides, when gSolucionOK: raises
+// gHaySolucion, then the same labels, lines and drawings as the distance road.
+void Tri_PresentaSolucion(Context& c);
+// The catalogue identifier beside each identified star of mSolucion, on the overlay.
+void Tri_EscribeIDsEstrellas(Context& c);
 // The catalogue identifier beside each identified star of solution `indice`, on the overlay.
 void EscribeIDsEstrellas(Context& c, int32_t indice);
 // North and east arrows at the image centre, from the plate Cij.

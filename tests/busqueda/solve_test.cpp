@@ -1,12 +1,16 @@
-// Whole solves through tornel-cli on fields rendered from the generated sky of the support folder.
+// Whole solves through tornel-cli on fields rendered from the generated sky of the support folder:
+// database 1 around a position, database 2 with no position at all.
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <cstdio>
+#include <memory>
 #include <numbers>
 #include <random>
 #include <string>
 
+#include "core/analisis.h"
+#include "core/startup.h"
 #include "tests/support/generated_sky.h"
 
 namespace tornel {
@@ -41,7 +45,7 @@ class Solve : public testing::GeneratedSkyTest {
             geometry.mirror ? geometry.height + 1 - geometry.height / 2.0 : geometry.height / 2.0;
         db::PixelToSky(geometry, geometry.width / 2.0, y, tra, tdec);
         const double dra = std::remainder(ra - tra, 360.0) * std::cos(tdec * kRad);
-        EXPECT_LT(std::hypot(dra, dec - tdec) * 3600 / kScale, 2.0);
+        EXPECT_LT(std::hypot(dra, dec - tdec) * 3600 / geometry.arcsecPerPixel, 2.0);
         EXPECT_LT(std::fabs(std::remainder(angle - expectedAngle, 360.0)), 0.2);
     }
 };
@@ -95,6 +99,71 @@ TEST_F(Solve, FieldWithNoStarOfTheCatalogueEndsWithoutPolygons) {
     EXPECT_TRUE(o.Has("Polygons = 0\n")) << o.out;
     EXPECT_TRUE(o.Has("Position not found.\n"));
     EXPECT_EQ(o.err.find("Image centre"), std::string::npos);
+}
+
+// Database 2 on the same sky: fields of two degrees found with no position at all.
+class BlindSolve : public Solve {
+  protected:
+    void SetUp() override {
+        Build(2);
+        scale = 8.0;
+    }
+};
+
+TEST_F(BlindSolve, TurnedAndMirroredFieldsAreFoundWithNoPosition) {
+    const std::string image = Render({150.4, -30.3, 0, 63.5, 0, 0, false});
+    Parameters(0, false);
+    const Outcome o = Run(image, "");
+    ExpectSolvedAt(o, 63.5);
+    EXPECT_TRUE(o.Has("Searching triangles\n"));
+    EXPECT_TRUE(o.Has("**Triangles found: "));
+    EXPECT_TRUE(o.Has("Identified = GSC "));
+    // A mirrored field meets the stored triangles only with its rows read the other way.
+    const std::string mirrored = Render({149.6, -29.5, 0, 200, 0, 0, true});
+    Parameters(0, true);
+    ExpectSolvedAt(Run(mirrored, ""), 180 - 200);
+}
+
+TEST_F(BlindSolve, EnoughSidesNearTheSearchCentreStopTheTreeSearchAtOnce) {
+    const std::string image = Render({0.4, 10.5, 0, 10, 0, 0, false});
+    Parameters(0, false);
+    struct Search {
+        bool stopped = false;
+        int32_t tried = 0, stored = 0, triedInTheWalk = 0, waiting = 0;
+    };
+    auto analyse = [&](int32_t sides, double ra, double dec) {
+        testing::RecordingPlatform platform;
+        auto c = std::make_unique<Context>(platform);
+        c->gCarpetaPrograma = home.Path();
+        Form_Load(*c, "8 " + image + " " + ShortestText(ra) + " " + ShortestText(dec));
+        c->timers.TimerAnalizaYsale.Enabled = false;
+        c->gLadosParaParar = sides;
+        // Candidates more than a degree from the search centre wait for the end of the walk.
+        c->gDistanciaCercaCentro = 1;
+        AnalizaImagen(*c);
+        EXPECT_TRUE(c->gHaySolucion);
+        Search s{c->mSolucionHallada, c->mIntentos, c->mNumCandidatos};
+        // A candidate tried holds its sides (3 or more); one that waits its zone, 1 or 2.
+        for (int32_t n = 1; n <= c->mNumCandidatos; ++n) {
+            const int32_t zone = c->mCandidatos[static_cast<size_t>(n)].ZonaOLados;
+            s.triedInTheWalk += zone >= 3 ? 1 : 0;
+            s.waiting += zone == 1 || zone == 2 ? 1 : 0;
+        }
+        DespuesDeAnalizaImagen(*c);
+        Form_Unload(*c);
+        return s;
+    };
+    // Searched from near the field, a good candidate is tried during the walk and ends the search:
+    // those far off are never tried.
+    const Search near = analyse(20, 0.5, 11);
+    EXPECT_TRUE(near.stopped);
+    EXPECT_EQ(near.tried, near.triedInTheWalk);
+    EXPECT_GT(near.waiting, 0);
+    // With no number of sides enough, every candidate is stored first and all are tried.
+    const Search all = analyse(1000, 180, -60);
+    EXPECT_FALSE(all.stopped);
+    EXPECT_EQ(all.tried, all.stored);
+    EXPECT_GT(all.stored, near.stored);
 }
 
 }  // namespace

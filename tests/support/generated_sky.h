@@ -61,25 +61,31 @@ struct CliOutcome {
     bool Has(const std::string& text) const { return out.find(text) != std::string::npos; }
 };
 
-// A program folder with the generated sky's database and a mailbox folder, "messages/".
+// A program folder with the generated sky's database and a mailbox folder, "messages/". Database 1,
+// searched around a position, unless a fixture builds database 2 for solves with no position.
 class GeneratedSkyTest : public ::testing::Test {
   protected:
-    static constexpr double kScale = 2.0;  // arcsec per pixel
+    static constexpr double kScale = 2.0;  // arcsec per pixel, with database 1
 
-    void SetUp() override {
+    void SetUp() override { Build(1); }
+
+    void Build(int32_t base) {
         database = home.MakeFolder("database");
         home.MakeFolder("messages");
         db::BuildInputs inputs;
         inputs.stars.push_back(GeneratedSky(3));
         sky = inputs.stars.back();
         db::BuildOptions options;
-        options.database2 = false;
+        options.database1 = base == 1;
+        options.database2 = base == 2;
+        baseDatos = base;
         std::string error;
         QuietPlatform quiet;
         ASSERT_TRUE(db::BuildDatabase(quiet, inputs, options, database, nullptr, error)) << error;
     }
 
-    // The parameters of a run, written by the program's own writer; `more` sets any others.
+    // The parameters of a run, written by the program's own writer; `more` sets any others. Database
+    // 2 takes its search centre from the combos, (0, 0): no position at all.
     void Parameters(double angle, bool reversed, const std::function<void(Context&)>& more = {}) {
         RecordingPlatform platform;
         Context c(platform);
@@ -88,20 +94,22 @@ class GeneratedSkyTest : public ::testing::Test {
         c.gCarpetaEstrellas = c.gCarpetaDistancias = database;
         c.gCarpetaMensajes = home.Path() + "messages/";
         c.gUmbralAutomatico = 1;
-        c.gSegundosPorPixelX = c.gSegundosPorPixelY = kScale;
-        c.gFocalEnPixeles = FocalDesdeEscala(kScale);
+        c.gSegundosPorPixelX = c.gSegundosPorPixelY = scale;
+        c.gFocalEnPixeles = FocalDesdeEscala(scale);
         CalculaValoresDerivados(c);
         c.gAnguloImagen = angle;
         c.gImagenInvertida = reversed ? 1 : 0;
+        c.gBaseDatosPedida = c.gBaseDatos = baseDatos;
+        if (baseDatos == 2) c.gOrigenCoordenadas = 0;
         if (more) more(c);
         GrabaParametros(c);
     }
 
-    // Renders a 1024 x 900 field (0.57 degree) of the generated sky, or of `stars` in its place, as
-    // field.fit with `cards` in its header.
+    // Renders a 1024 x 900 field (0.57 degree at 2 arcsec per pixel) of the generated sky, or of
+    // `stars` in its place, as field.fit with `cards` in its header.
     std::string Render(db::FieldGeometry g, const std::vector<db::FieldStar>* stars = nullptr,
                        const std::vector<std::string>& cards = {}) {
-        g.arcsecPerPixel = kScale;
+        g.arcsecPerPixel = scale;
         g.width = 1024;
         g.height = 900;
         geometry = g;
@@ -115,15 +123,21 @@ class GeneratedSkyTest : public ::testing::Test {
         return path;
     }
 
-    CliOutcome Run(const std::string& image, double ra, double dec) {
+    // tornel-cli on `image`, around `position` ("RA DEC") when one is given.
+    CliOutcome Run(const std::string& image, const std::string& position) {
         const std::string cli = std::string(TORNEL_BINARY_DIR) + "/consola/tornel-cli";
         const std::string command = "TORNEL_HOME='" + home.Path() + "' '" + cli + "' 8 '" + image + "' " +
-                                    ShortestText(ra) + " " + ShortestText(dec) + " >'" +
-                                    home.File("out.txt") + "' 2>'" + home.File("err.txt") + "'";
+                                    position + " >'" + home.File("out.txt") + "' 2>'" + home.File("err.txt") +
+                                    "'";
         const int raw = std::system(command.c_str());
         return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, home.Read("out.txt"), home.Read("err.txt")};
     }
+    CliOutcome Run(const std::string& image, double ra, double dec) {
+        return Run(image, ShortestText(ra) + " " + ShortestText(dec));
+    }
 
+    double scale = kScale;  // arcsec per pixel
+    int32_t baseDatos = 1;
     TempFolder home;
     std::string database;
     std::vector<db::CatalogStar> sky;

@@ -1,0 +1,161 @@
+// The end of the triangle search: the solution with the most sides becomes the answer.
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <string>
+#include <vector>
+
+#include "astrometria/plate_model.h"
+#include "busqueda/solution_choice.h"
+#include "busqueda/triangle_search.h"
+#include "catalogo/star_catalogue.h"
+#include "core/errors.h"
+#include "core/numbers.h"
+#include "resultados/resumen.h"
+#include "resultados/solution_presentation.h"
+#include "resultados/status_files.h"
+
+namespace tornel {
+
+namespace {
+
+constexpr int32_t kLeastSidesOK = 4;
+constexpr int32_t kLeastSidesSafe = 15;
+constexpr double kResidualLimit = 3;  // pixels
+
+// The sides of the solution by kind: of the database triangle (1), added by prediction (2), and 3
+// for each further star.
+struct SideCounts {
+    int32_t triangle = 0, predicted = 0, further = 0;
+};
+
+SideCounts CountByKind(const SolucionTriangulo& s) {
+    SideCounts n;
+    for (int16_t v : s.Lados) {
+        if (v == 1) ++n.triangle;
+        if (v == 2) ++n.predicted;
+    }
+    for (int32_t e : s.EstrellasExtra)
+        if (e != 0) n.further += 3;
+    return n;
+}
+
+void ListIdentified(Context& c, const SolucionTriangulo& s) {
+    auto line = [&](int32_t id) {
+        const std::string text = IdTrabajo_A_IdCatalogo(c, id);
+        ParaResumen(c, "Identificada = " + text, "Identifié = " + text, "Identified = " + text);
+    };
+    for (int32_t e : s.Estrellas)
+        if (e != 0) line(e);
+    for (int32_t e : s.EstrellasExtra)
+        if (e != 0) line(e);
+}
+
+// The stars a solution identified, each with its pixel (square pixels) and catalogue place.
+std::vector<PlateStar> IdentifiedStars(Context& c, const SolucionTriangulo& s) {
+    std::vector<PlateStar> stars;
+    auto add = [&](const EstrellaImagen& e, int32_t id) {
+        LeeCoordenadasEstrella(c, id);
+        stars.push_back({e.x, e.y, c.gEstrellaRA, c.gEstrellaDEC});
+    };
+    for (int32_t k = 1; k <= 10; ++k)
+        if (Estrella(s, k) != 0) add(c.mSeleccionadasCuadradas.at(static_cast<size_t>(k)), Estrella(s, k));
+    const auto first = static_cast<size_t>(std::clamp<int32_t>(c.mNumSeleccionadas, 0, 10)) + 1;
+    for (size_t m = 0; m < s.EstrellasExtra.size(); ++m)
+        if (s.EstrellasExtra[m] != 0) add(c.mEstrellasCuadradas.at(first + m), s.EstrellasExtra[m]);
+    return stars;
+}
+
+// The plate of all the stars a solution identified, as the best rotation at the image's own focal
+// length, into Cij: the centre and the angle then carry the average of the stars' errors rather than
+// the errors of three. Answers the farthest any star stands from where that plate, scaled about the
+// image centre to take in an error of the given scale, puts it (pixels).
+double FitToAllStars(Context& c, const SolucionTriangulo& s) {
+    const std::vector<PlateStar> stars = IdentifiedStars(c, s);
+    RotatePlate(c, stars);
+    const double cx = c.gAnchoImagen / 2, cy = c.gAltoImagen / 2;
+    std::vector<std::array<double, 2>> placed;
+    double along = 0, square = 0;
+    for (const PlateStar& star : stars) {
+        double x = 0, y = 0;
+        CoordenadasCatalogoAimagen(c, star.ra, star.dec, x, y);
+        placed.push_back({x - cx, y - cy});
+        along += (x - cx) * (star.x - cx) + (y - cy) * (star.y - cy);
+        square += (x - cx) * (x - cx) + (y - cy) * (y - cy);
+    }
+    const double scale = square > 0 ? along / square : 1;
+    double worst = 0;
+    for (size_t k = 0; k < stars.size(); ++k)
+        worst = std::max(worst, std::hypot(stars[k].x - cx - scale * placed[k][0],
+                                           stars[k].y - cy - scale * placed[k][1]));
+    return worst;
+}
+
+// Whether a solution holds its stars where one plate puts them, within three pixels: a catalogue star
+// met by chance within the search tolerance stands farther off. A safe solution has shown enough
+// sides already (a blended pair of stars may stand farther off).
+bool StandsOnItsStars(Context& c, const SolucionTriangulo& s) {
+    if (s.LadosTotales >= kLeastSidesSafe) return true;
+    const PlateMatrix kept = c.Cij;
+    const double worst = FitToAllStars(c, s);
+    c.Cij = kept;
+    return !c.mFinAnalisis && worst <= kResidualLimit;
+}
+
+}  // namespace
+
+void Tri_AnalisisFinal(Context& c) {
+    if (c.mFinAnalisis) return;
+    WithTrap(c, "Tri_AnalisisFinal", [&] {
+        if (c.mNumSoluciones == 0) {
+            ReportNoPolygon(c);
+            return;
+        }
+        // The solution with the most sides, the first of equals, among those that stand on their stars.
+        int32_t best = 0;
+        for (int32_t s = 1; s <= c.mNumSoluciones; ++s) {
+            const SolucionTriangulo& candidate = c.mSolucionesTriangulo.at(static_cast<size_t>(s));
+            if (best != 0 &&
+                candidate.LadosTotales <= c.mSolucionesTriangulo[static_cast<size_t>(best)].LadosTotales)
+                continue;
+            if (StandsOnItsStars(c, candidate)) best = s;
+            if (c.mFinAnalisis) return;
+        }
+        if (best == 0) {
+            ReportNoPolygon(c);
+            return;
+        }
+        c.mSolucion = c.mSolucionesTriangulo.at(static_cast<size_t>(best));
+        const SolucionTriangulo& w = c.mSolucion;
+        const SideCounts n = CountByKind(w);
+        c.gLadosSolucion = w.LadosTotales;
+        c.gSolucionOK = c.gLadosSolucion >= kLeastSidesOK;
+        c.gSolucionSegura = c.gLadosSolucion >= kLeastSidesSafe;
+        if (c.gSolucionOK) {
+            FitToAllStars(c, w);
+            CoordenadasImagenAesfericas(c, c.gAnchoImagen / 2, c.gAltoImagen / 2);
+            if (c.mFinAnalisis) return;
+            c.mSolucion.RAcentro = c.mRAconvertida;
+            c.mSolucion.DECcentro = c.mDECconvertida;
+            PublishSolutionCentre(c, w.RAcentro, w.DECcentro, c.gLadosSolucion);
+            PublishImageAngle(c);
+            const std::string sides = std::to_string(c.gLadosSolucion) + " (" + std::to_string(n.triangle) +
+                                      " + " + std::to_string(n.predicted) + " + " +
+                                      std::to_string(n.further) + ")";
+            ParaResumen(c, "Lados= " + sides, "Côtés= " + sides, "Sides= " + sides);
+            ListIdentified(c, w);
+            GrabaTornelPos(c, 1, c.gLadosSolucion);
+            GrabaTornelSta(c, kEstadoSolucion, c.gLadosSolucion);
+        } else {
+            const std::string r = FormatNumber(w.RAcentro, "0.000"), d = FormatNumber(w.DECcentro, "0.000");
+            ParaResumen(c, "Posición no encontrada: AR= " + r + " DE= " + d,
+                        "Position non trouvée: AD= " + r + " DEC= " + d,
+                        "Position not found: RA= " + r + " DEC= " + d);
+        }
+        Tri_PresentaSolucion(c);
+        if (!c.gSolucionOK) c.mFinAnalisis = true;
+        SynchroniseAndWriteWcs(c);
+    });
+}
+
+}  // namespace tornel
