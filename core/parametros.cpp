@@ -48,393 +48,226 @@ void ScaleFromFocal(Context& c) {
     CalculaValoresDerivados(c);
 }
 
-#define R [](Context & c, [[maybe_unused]] ReadState & s, const std::string& v)
-#define W []([[maybe_unused]] Context & c) -> std::string
-
 const PairSpec kPairs[kParameterPairs] = {
-    {"job to do: extract = 1, extract + solve = 2", R{c.gTrabajo = TextToLong(v);
-if (c.gTrabajo < 1 || c.gTrabajo > 2) c.gTrabajo = 2;
-}  // namespace
-, W {
-    return IntText(c.gTrabajo);
-}
-}  // namespace tornel
-, {"focal distance in pixels", R{c.gFocalEnPixeles = TextToLong(v);
-if (c.gFocalEnPixeles > 0) ScaleFromFocal(c);
-}
-, W {
-    return IntText(c.gFocalEnPixeles);
-}
-}
-, {"language: spanish = 1 ; english = 0 ; french = 2", R{c.gIdioma = TextToLong(v);
-if (c.gIdioma < 0 || c.gIdioma > 2) c.gIdioma = 0;
-}
-, W {
-    return IntText(c.gIdioma);
-}
-}
-, {"brightness threshold (double)", R{c.gUmbral = TextToDouble(v);
-}
-, W {
-    return ShortestText(c.gUmbral);
-}
-}
-, {"Min contours perimeter (integer)", R{c.gPerimetroMin = TextToLong(v);
-}
-, W {
-    return IntText(c.gPerimetroMin);
-}
-}
-, {"Max contours perimeter (integer)", R{c.gPerimetroMax = TextToLong(v);
-if (c.gPerimetroMax < 10 || c.gPerimetroMax > 100) c.gPerimetroMax = 100;
-}
-, W {
-    if (c.gPerimetroMax < 10 || c.gPerimetroMax > 100) c.gPerimetroMax = 100;
-    return IntText(c.gPerimetroMax);
-}
-}
-, {"maxContours (integer) for analysis", R{c.gMaxContornos = TextToInteger(v);
-}
-, W {
-    return IntText(c.gMaxContornos);
-}
-}
-, {"stars to be selected (integer)", R{c.gEstrellasSeleccionar = TextToInteger(v);
-if (c.gEstrellasSeleccionar < 5 || c.gEstrellasSeleccionar > 10) c.gEstrellasSeleccionar = 10;
-}
-, W {
-    return IntText(c.gEstrellasSeleccionar);
-}
-}
-, {"percent (integer) % error for distances search", R{c.gPorcentajeError = TextToInteger(v);
-c.gErrorDistancias = c.gPorcentajeError / 100.0;
-}
-, W {
-    return IntText(c.gPorcentajeError);
-}
-}
-, {"+/- error for inclination in degrees (integer)", R{c.gErrorInclinacion = TextToInteger(v);
-}
-, W {
-    return IntText(c.gErrorInclinacion);
-}
-}
-, {"width of the searching window in degrees (integer)", R{c.gAnchoVentana = TextToLong(v);
-}
-, W {
-    return ShortestText(c.gAnchoVentana);
-}
-}
-, {"height of the searching window in degrees (integer)", R{c.gAltoVentana = TextToLong(v);
-}
-, W {
-    return ShortestText(c.gAltoVentana);
-}
-}
-, {"Image path (text)", R{ExtraeNombreDeRuta(c, v);
-}
-, W {
-    return c.gRutaImagen;
-}
-}
-, {"Image angle (double)", R{c.gAnguloImagen = GradosEntre0y360(TextToDouble(v));
-}
-, W {
-    return ShortestText(c.gAnguloImagen);
-}
-}
-, {"Distances database folder path (text)", R{c.gCarpetaDistancias = WithTrailingSlash(v);
-}
-, W {
-    return c.gCarpetaDistancias;
-}
-}
-, {"Stars and objects databases path (text)", R{c.gCarpetaEstrellas = WithTrailingSlash(v);
-}
-, W {
-    return c.gCarpetaEstrellas;
-}
-}
-, {"Last image file type = 'fit' or 'bmp' or 'jpg'", R{std::string t = v.substr(0, 3);
-t.resize(3, ' ');
-c.gTipoImagen = t;
-}
-, W {
-    return c.gTipoImagen;
-}
-}
-, {"object coordinates are in 0, 1, 2, 3, ... (integer)", R{c.gOrigenCoordenadas = TextToInteger(v);
-}
-, W {
-    return IntText(c.gOrigenCoordenadas);
-}
-}
-, {"automatic threshold (integer)", R{c.gUmbralAutomatico = TextToInteger(v);
-}
-, W {
-    return IntText(c.gUmbralAutomatico);
-}
-}
-, {"ring from DEC", R{c.gAnilloDesde = TextToInteger(v);
-}
-, W {
-    return " " + IntText(c.gAnilloDesde) + " ";
-}
-}
-, {"ring to DEC", R{c.gAnilloHasta = TextToInteger(v);
-}
-, W {
-    return " " + IntText(c.gAnilloHasta) + " ";
-}
-}
-, {"black visu for BMP", R{c.gNegroBMP = TextToInteger(v);
-}
-, W {
-    return IntText(c.gNegroBMP);
-}
-}
-, {"white visu for BMP", R{c.gBlancoBMP = TextToInteger(v);
-}
-, W {
-    return IntText(c.gBlancoBMP);
-}
-}
-, {"black visu for FIT", R{c.gNegroFit = TextToLong(v);
-}
-, W {
-    return IntText(c.gNegroFit);
-}
-}
-, {"white visu for FIT", R{c.gBlancoFit = TextToLong(v);
-}
-, W {
-    return IntText(c.gBlancoFit);
-}
-}
-, {"ASCOM telescope", R{c.gTelescopioAscom = v;
-}
-, W {
-    return c.gTelescopioAscom;
-}
-}
-, {"telescope to synchronize (integer)", R{if (IsNumeric(v)) c.gTelescopioSincro = TextToInteger(v);
-}
-, W {
-    return IntText(c.gTelescopioSincro);
-}
-}
-, {"searching centre (RA combo in hours) NOT USED", nullptr, W{return " ";
-}
-}
-, {"(listIndex of RA combo in minutes) NOT USED", nullptr, W{return " ";
-}
-}
-, {"(listIndex of DEC combo in degrees) NOT USED", nullptr, W{return " ";
-}
-}
-, {"Image origin ", R{c.gOrigenImagen = TextToInteger(v);
-}
-, W {
-    return IntText(c.gOrigenImagen);
-}
-}
-, {"Image folder used in the 'WAIT FOR' automatic mode", R{c.gCarpetaMensajes = WithTrailingSlash(v);
-}
-, W {
-    return c.gCarpetaMensajes;
-}
-}
-, {"minimal number of sides to stop the search", R{c.gLadosParaParar = TextToLong(v);
-}
-, W {
-    return IntText(c.gLadosParaParar);
-}
-}
-, {"the image is reversed: 0 = NO, 1 = YES", R{c.gImagenInvertida = TextToInteger(v);
-}
-, W {
-    return IntText(c.gImagenInvertida);
-}
-}
-, {"minimal number of sides for auto synchronizing the telescope", R{c.gLadosParaSincro = TextToInteger(v);
-if (c.gLadosParaSincro == 0) c.gLadosParaSincro = 20;
-}
-, W {
-    return IntText(c.gLadosParaSincro);
-}
-}
-, {"Synchronize the telescope automatically", R{c.gSincroAutomatica = TextToInteger(v);
-}
-, W {
-    return IntText(c.gSincroAutomatica);
-}
-}
-, {"Show MessageBoxes: 0 = NO, 1 = YES", R{c.gMostrarAvisos = BooleanLine(v);
-}
-, W {
-    return BooleanText(c.gMostrarAvisos);
-}
-}
-, {"Synchronize the scope using current equinox coord", R{c.gSincroEquinoccioActual = TextToInteger(v);
-}
-, W {
-    return IntText(c.gSincroEquinoccioActual);
-}
-}
-, {" not used (obsolete fixed angle search)", nullptr, W{return "1";
-}
-}
-, {" search window type", R{c.gTipoVentana = TextToLong(v);
-}
-, W {
-    return IntText(c.gTipoVentana);
-}
-}
-, {" RA searching centre in combos (double)", R{c.gCentroCombosRA = TextToDouble(v);
-}
-, W {
-    return ShortestText(c.gCentroCombosRA);
-}
-}
-, {" DEC searching centre in combos (double)", R{c.gCentroCombosDEC = TextToDouble(v);
-}
-, W {
-    return ShortestText(c.gCentroCombosDEC);
-}
-}
-, {"minimal number of sides for auto writing WCS in header", R{c.gLadosParaWCS = TextToLong(v);
-if (c.gLadosParaWCS == 0) c.gLadosParaWCS = 20;
-}
-, W {
-    return IntText(c.gLadosParaWCS);
-}
-}
-, {"add WCS in FITS header automatically: 0 = NO, 1 = YES", R{c.gWCSAutomatico = TextToLong(v);
-}
-, W {
-    return IntText(c.gWCSAutomatico);
-}
-}
-, {" main window Top", R{c.gVentanaArriba = TextToLong(v);
-}
-, W {
-    return IntText(c.gVentanaArriba);
-}
-}
-, {" main window Left", R{c.gVentanaIzquierda = TextToLong(v);
-}
-, W {
-    return IntText(c.gVentanaIzquierda);
-}
-}
-, {" main window Width", R{c.gVentanaAncho = TextToLong(v);
-}
-, W {
-    return IntText(c.gVentanaAncho);
-}
-}
-, {" main window Height", R{c.gVentanaAlto = TextToLong(v);
-}
-, W {
-    return IntText(c.gVentanaAlto);
-}
-}
-, {" arcsec per pixel X", [](Context&, ReadState& s, const std::string& v) { s.scaleX = TextToDouble(v); },
-   W{return ShortestText(c.gSegundosPorPixelX);
-}
-}
-, {" arcsec per pixel Y", [](Context&, ReadState& s, const std::string& v) { s.scaleY = TextToDouble(v); },
-   W{return ShortestText(c.gSegundosPorPixelY);
-}
-}
-, {" Database number", R{c.gBaseDatosPedida = TextToLong(v);
-if (c.gBaseDatosPedida != 1 && c.gBaseDatosPedida != 2) c.gBaseDatosPedida = 1;
-}
-, W {
-    return IntText(c.gBaseDatos);
-}
-}
-, {" Observatory longitude", R{c.gLongitud = TextToDouble(v);
-}
-, W {
-    return ShortestText(c.gLongitud);
-}
-}
-, {" Observatory latitude", R{c.gLatitud = TextToDouble(v);
-}
-, W {
-    return ShortestText(c.gLatitud);
-}
-}
-, {" Observatory Time Zone", R{c.gZonaHoraria = TextToDouble(v);
-}
-, W {
-    return ShortestText(c.gZonaHoraria);
-}
-}
-, {" Useful horizon ", R{c.gHorizonte = TextToLong(v);
-if (c.gHorizonte < 0) c.gHorizonte = 0;
-}
-, W {
-    return ShortestText(c.gHorizonte);
-}
-}
-, {" 1 = Show advises for guidance to the target", R{c.gAvisosGuiado = BooleanLine(v);
-}
-, W {
-    return BooleanText(c.gAvisosGuiado);
-}
-}
-, {" Size of the Advices for guidance", R{c.gTamanioAvisos = TextToLong(v);
-if (c.gTamanioAvisos < 1 || c.gTamanioAvisos > 3) c.gTamanioAvisos = 1;
-}
-, W {
-    return IntText(c.gTamanioAvisos);
-}
-}
-, {" Mount type: 0 = equatorial, 1 = Alt-AZ", R{c.gMontura = TextToInteger(v);
-}
-, W {
-    return IntText(c.gMontura);
-}
-}
-, {" 1 = search in the visible sky only", R{c.gSoloCieloVisible = BooleanLine(v);
-}
-, W {
-    return BooleanText(c.gSoloCieloVisible);
-}
-}
-, {" 1= Target coordinates are J2000 equinox", R{c.gDestinoJ2000 = BooleanLine(v);
-}
-, W {
-    return BooleanText(c.gDestinoJ2000);
-}
-}
-, {" Display image un-zoomed 1, 2, 4 times", R{c.gFactorReduccion = TextToLong(v);
-if (c.gFactorReduccion != 2 && c.gFactorReduccion != 4) c.gFactorReduccion = 1;
-}
-, W {
-    return IntText(c.gFactorReduccion);
-}
-}
-, {" ", nullptr, W{return "";
-}
-}
-, {" ", nullptr, W{return "";
-}
-}
-, {" ", nullptr, W{return "";
-}
-}
-, {" ", nullptr, W{return "";
-}
-}
-,
-}
-;
-
-#undef R
-#undef W
+    {"job to do: extract = 1, extract + solve = 2",
+     [](Context& c, ReadState&, const std::string& v) {
+         c.gTrabajo = TextToLong(v);
+         if (c.gTrabajo < 1 || c.gTrabajo > 2) c.gTrabajo = 2;
+     },
+     [](Context& c) -> std::string { return IntText(c.gTrabajo); }},
+    {"focal distance in pixels",
+     [](Context& c, ReadState&, const std::string& v) {
+         c.gFocalEnPixeles = TextToLong(v);
+         if (c.gFocalEnPixeles > 0) ScaleFromFocal(c);
+     },
+     [](Context& c) -> std::string { return IntText(c.gFocalEnPixeles); }},
+    {"language: spanish = 1 ; english = 0 ; french = 2",
+     [](Context& c, ReadState&, const std::string& v) {
+         c.gIdioma = TextToLong(v);
+         if (c.gIdioma < 0 || c.gIdioma > 2) c.gIdioma = 0;
+     },
+     [](Context& c) -> std::string { return IntText(c.gIdioma); }},
+    {"brightness threshold (double)",
+     [](Context& c, ReadState&, const std::string& v) { c.gUmbral = TextToDouble(v); },
+     [](Context& c) -> std::string { return ShortestText(c.gUmbral); }},
+    {"Min contours perimeter (integer)",
+     [](Context& c, ReadState&, const std::string& v) { c.gPerimetroMin = TextToLong(v); },
+     [](Context& c) -> std::string { return IntText(c.gPerimetroMin); }},
+    {"Max contours perimeter (integer)",
+     [](Context& c, ReadState&, const std::string& v) {
+         c.gPerimetroMax = TextToLong(v);
+         if (c.gPerimetroMax < 10 || c.gPerimetroMax > 100) c.gPerimetroMax = 100;
+     },
+     [](Context& c) -> std::string {
+         if (c.gPerimetroMax < 10 || c.gPerimetroMax > 100) c.gPerimetroMax = 100;
+         return IntText(c.gPerimetroMax);
+     }},
+    {"maxContours (integer) for analysis",
+     [](Context& c, ReadState&, const std::string& v) { c.gMaxContornos = TextToInteger(v); },
+     [](Context& c) -> std::string { return IntText(c.gMaxContornos); }},
+    {"stars to be selected (integer)",
+     [](Context& c, ReadState&, const std::string& v) {
+         c.gEstrellasSeleccionar = TextToInteger(v);
+         if (c.gEstrellasSeleccionar < 5 || c.gEstrellasSeleccionar > 10) c.gEstrellasSeleccionar = 10;
+     },
+     [](Context& c) -> std::string { return IntText(c.gEstrellasSeleccionar); }},
+    {"percent (integer) % error for distances search",
+     [](Context& c, ReadState&, const std::string& v) {
+         c.gPorcentajeError = TextToInteger(v);
+         c.gErrorDistancias = c.gPorcentajeError / 100.0;
+     },
+     [](Context& c) -> std::string { return IntText(c.gPorcentajeError); }},
+    {"+/- error for inclination in degrees (integer)",
+     [](Context& c, ReadState&, const std::string& v) { c.gErrorInclinacion = TextToInteger(v); },
+     [](Context& c) -> std::string { return IntText(c.gErrorInclinacion); }},
+    {"width of the searching window in degrees (integer)",
+     [](Context& c, ReadState&, const std::string& v) { c.gAnchoVentana = TextToLong(v); },
+     [](Context& c) -> std::string { return ShortestText(c.gAnchoVentana); }},
+    {"height of the searching window in degrees (integer)",
+     [](Context& c, ReadState&, const std::string& v) { c.gAltoVentana = TextToLong(v); },
+     [](Context& c) -> std::string { return ShortestText(c.gAltoVentana); }},
+    {"Image path (text)", [](Context& c, ReadState&, const std::string& v) { ExtraeNombreDeRuta(c, v); },
+     [](Context& c) -> std::string { return c.gRutaImagen; }},
+    {"Image angle (double)",
+     [](Context& c, ReadState&, const std::string& v) {
+         c.gAnguloImagen = GradosEntre0y360(TextToDouble(v));
+     },
+     [](Context& c) -> std::string { return ShortestText(c.gAnguloImagen); }},
+    {"Distances database folder path (text)",
+     [](Context& c, ReadState&, const std::string& v) { c.gCarpetaDistancias = WithTrailingSlash(v); },
+     [](Context& c) -> std::string { return c.gCarpetaDistancias; }},
+    {"Stars and objects databases path (text)",
+     [](Context& c, ReadState&, const std::string& v) { c.gCarpetaEstrellas = WithTrailingSlash(v); },
+     [](Context& c) -> std::string { return c.gCarpetaEstrellas; }},
+    {"Last image file type = 'fit' or 'bmp' or 'jpg'",
+     [](Context& c, ReadState&, const std::string& v) {
+         std::string t = v.substr(0, 3);
+         t.resize(3, ' ');
+         c.gTipoImagen = t;
+     },
+     [](Context& c) -> std::string { return c.gTipoImagen; }},
+    {"object coordinates are in 0, 1, 2, 3, ... (integer)",
+     [](Context& c, ReadState&, const std::string& v) { c.gOrigenCoordenadas = TextToInteger(v); },
+     [](Context& c) -> std::string { return IntText(c.gOrigenCoordenadas); }},
+    {"automatic threshold (integer)",
+     [](Context& c, ReadState&, const std::string& v) { c.gUmbralAutomatico = TextToInteger(v); },
+     [](Context& c) -> std::string { return IntText(c.gUmbralAutomatico); }},
+    {"ring from DEC", [](Context& c, ReadState&, const std::string& v) { c.gAnilloDesde = TextToInteger(v); },
+     [](Context& c) -> std::string { return " " + IntText(c.gAnilloDesde) + " "; }},
+    {"ring to DEC", [](Context& c, ReadState&, const std::string& v) { c.gAnilloHasta = TextToInteger(v); },
+     [](Context& c) -> std::string { return " " + IntText(c.gAnilloHasta) + " "; }},
+    {"black visu for BMP",
+     [](Context& c, ReadState&, const std::string& v) { c.gNegroBMP = TextToInteger(v); },
+     [](Context& c) -> std::string { return IntText(c.gNegroBMP); }},
+    {"white visu for BMP",
+     [](Context& c, ReadState&, const std::string& v) { c.gBlancoBMP = TextToInteger(v); },
+     [](Context& c) -> std::string { return IntText(c.gBlancoBMP); }},
+    {"black visu for FIT", [](Context& c, ReadState&, const std::string& v) { c.gNegroFit = TextToLong(v); },
+     [](Context& c) -> std::string { return IntText(c.gNegroFit); }},
+    {"white visu for FIT", [](Context& c, ReadState&, const std::string& v) { c.gBlancoFit = TextToLong(v); },
+     [](Context& c) -> std::string { return IntText(c.gBlancoFit); }},
+    {"ASCOM telescope", [](Context& c, ReadState&, const std::string& v) { c.gTelescopioAscom = v; },
+     [](Context& c) -> std::string { return c.gTelescopioAscom; }},
+    {"telescope to synchronize (integer)",
+     [](Context& c, ReadState&, const std::string& v) {
+         if (IsNumeric(v)) c.gTelescopioSincro = TextToInteger(v);
+     },
+     [](Context& c) -> std::string { return IntText(c.gTelescopioSincro); }},
+    {"searching centre (RA combo in hours) NOT USED", nullptr, [](Context&) -> std::string { return " "; }},
+    {"(listIndex of RA combo in minutes) NOT USED", nullptr, [](Context&) -> std::string { return " "; }},
+    {"(listIndex of DEC combo in degrees) NOT USED", nullptr, [](Context&) -> std::string { return " "; }},
+    {"Image origin ",
+     [](Context& c, ReadState&, const std::string& v) { c.gOrigenImagen = TextToInteger(v); },
+     [](Context& c) -> std::string { return IntText(c.gOrigenImagen); }},
+    {"Image folder used in the 'WAIT FOR' automatic mode",
+     [](Context& c, ReadState&, const std::string& v) { c.gCarpetaMensajes = WithTrailingSlash(v); },
+     [](Context& c) -> std::string { return c.gCarpetaMensajes; }},
+    {"minimal number of sides to stop the search",
+     [](Context& c, ReadState&, const std::string& v) { c.gLadosParaParar = TextToLong(v); },
+     [](Context& c) -> std::string { return IntText(c.gLadosParaParar); }},
+    {"the image is reversed: 0 = NO, 1 = YES",
+     [](Context& c, ReadState&, const std::string& v) { c.gImagenInvertida = TextToInteger(v); },
+     [](Context& c) -> std::string { return IntText(c.gImagenInvertida); }},
+    {"minimal number of sides for auto synchronizing the telescope",
+     [](Context& c, ReadState&, const std::string& v) {
+         c.gLadosParaSincro = TextToInteger(v);
+         if (c.gLadosParaSincro == 0) c.gLadosParaSincro = 20;
+     },
+     [](Context& c) -> std::string { return IntText(c.gLadosParaSincro); }},
+    {"Synchronize the telescope automatically",
+     [](Context& c, ReadState&, const std::string& v) { c.gSincroAutomatica = TextToInteger(v); },
+     [](Context& c) -> std::string { return IntText(c.gSincroAutomatica); }},
+    {"Show MessageBoxes: 0 = NO, 1 = YES",
+     [](Context& c, ReadState&, const std::string& v) { c.gMostrarAvisos = BooleanLine(v); },
+     [](Context& c) -> std::string { return BooleanText(c.gMostrarAvisos); }},
+    {"Synchronize the scope using current equinox coord",
+     [](Context& c, ReadState&, const std::string& v) { c.gSincroEquinoccioActual = TextToInteger(v); },
+     [](Context& c) -> std::string { return IntText(c.gSincroEquinoccioActual); }},
+    {" not used (obsolete fixed angle search)", nullptr, [](Context&) -> std::string { return "1"; }},
+    {" search window type",
+     [](Context& c, ReadState&, const std::string& v) { c.gTipoVentana = TextToLong(v); },
+     [](Context& c) -> std::string { return IntText(c.gTipoVentana); }},
+    {" RA searching centre in combos (double)",
+     [](Context& c, ReadState&, const std::string& v) { c.gCentroCombosRA = TextToDouble(v); },
+     [](Context& c) -> std::string { return ShortestText(c.gCentroCombosRA); }},
+    {" DEC searching centre in combos (double)",
+     [](Context& c, ReadState&, const std::string& v) { c.gCentroCombosDEC = TextToDouble(v); },
+     [](Context& c) -> std::string { return ShortestText(c.gCentroCombosDEC); }},
+    {"minimal number of sides for auto writing WCS in header",
+     [](Context& c, ReadState&, const std::string& v) {
+         c.gLadosParaWCS = TextToLong(v);
+         if (c.gLadosParaWCS == 0) c.gLadosParaWCS = 20;
+     },
+     [](Context& c) -> std::string { return IntText(c.gLadosParaWCS); }},
+    {"add WCS in FITS header automatically: 0 = NO, 1 = YES",
+     [](Context& c, ReadState&, const std::string& v) { c.gWCSAutomatico = TextToLong(v); },
+     [](Context& c) -> std::string { return IntText(c.gWCSAutomatico); }},
+    {" main window Top",
+     [](Context& c, ReadState&, const std::string& v) { c.gVentanaArriba = TextToLong(v); },
+     [](Context& c) -> std::string { return IntText(c.gVentanaArriba); }},
+    {" main window Left",
+     [](Context& c, ReadState&, const std::string& v) { c.gVentanaIzquierda = TextToLong(v); },
+     [](Context& c) -> std::string { return IntText(c.gVentanaIzquierda); }},
+    {" main window Width",
+     [](Context& c, ReadState&, const std::string& v) { c.gVentanaAncho = TextToLong(v); },
+     [](Context& c) -> std::string { return IntText(c.gVentanaAncho); }},
+    {" main window Height",
+     [](Context& c, ReadState&, const std::string& v) { c.gVentanaAlto = TextToLong(v); },
+     [](Context& c) -> std::string { return IntText(c.gVentanaAlto); }},
+    {" arcsec per pixel X", [](Context&, ReadState& s, const std::string& v) { s.scaleX = TextToDouble(v); },
+     [](Context& c) -> std::string { return ShortestText(c.gSegundosPorPixelX); }},
+    {" arcsec per pixel Y", [](Context&, ReadState& s, const std::string& v) { s.scaleY = TextToDouble(v); },
+     [](Context& c) -> std::string { return ShortestText(c.gSegundosPorPixelY); }},
+    {" Database number",
+     [](Context& c, ReadState&, const std::string& v) {
+         c.gBaseDatosPedida = TextToLong(v);
+         if (c.gBaseDatosPedida != 1 && c.gBaseDatosPedida != 2) c.gBaseDatosPedida = 1;
+     },
+     [](Context& c) -> std::string { return IntText(c.gBaseDatos); }},
+    {" Observatory longitude",
+     [](Context& c, ReadState&, const std::string& v) { c.gLongitud = TextToDouble(v); },
+     [](Context& c) -> std::string { return ShortestText(c.gLongitud); }},
+    {" Observatory latitude",
+     [](Context& c, ReadState&, const std::string& v) { c.gLatitud = TextToDouble(v); },
+     [](Context& c) -> std::string { return ShortestText(c.gLatitud); }},
+    {" Observatory Time Zone",
+     [](Context& c, ReadState&, const std::string& v) { c.gZonaHoraria = TextToDouble(v); },
+     [](Context& c) -> std::string { return ShortestText(c.gZonaHoraria); }},
+    {" Useful horizon ",
+     [](Context& c, ReadState&, const std::string& v) {
+         c.gHorizonte = TextToLong(v);
+         if (c.gHorizonte < 0) c.gHorizonte = 0;
+     },
+     [](Context& c) -> std::string { return ShortestText(c.gHorizonte); }},
+    {" 1 = Show advises for guidance to the target",
+     [](Context& c, ReadState&, const std::string& v) { c.gAvisosGuiado = BooleanLine(v); },
+     [](Context& c) -> std::string { return BooleanText(c.gAvisosGuiado); }},
+    {" Size of the Advices for guidance",
+     [](Context& c, ReadState&, const std::string& v) {
+         c.gTamanioAvisos = TextToLong(v);
+         if (c.gTamanioAvisos < 1 || c.gTamanioAvisos > 3) c.gTamanioAvisos = 1;
+     },
+     [](Context& c) -> std::string { return IntText(c.gTamanioAvisos); }},
+    {" Mount type: 0 = equatorial, 1 = Alt-AZ",
+     [](Context& c, ReadState&, const std::string& v) { c.gMontura = TextToInteger(v); },
+     [](Context& c) -> std::string { return IntText(c.gMontura); }},
+    {" 1 = search in the visible sky only",
+     [](Context& c, ReadState&, const std::string& v) { c.gSoloCieloVisible = BooleanLine(v); },
+     [](Context& c) -> std::string { return BooleanText(c.gSoloCieloVisible); }},
+    {" 1= Target coordinates are J2000 equinox",
+     [](Context& c, ReadState&, const std::string& v) { c.gDestinoJ2000 = BooleanLine(v); },
+     [](Context& c) -> std::string { return BooleanText(c.gDestinoJ2000); }},
+    {" Display image un-zoomed 1, 2, 4 times",
+     [](Context& c, ReadState&, const std::string& v) {
+         c.gFactorReduccion = TextToLong(v);
+         if (c.gFactorReduccion != 2 && c.gFactorReduccion != 4) c.gFactorReduccion = 1;
+     },
+     [](Context& c) -> std::string { return IntText(c.gFactorReduccion); }},
+    {" ", nullptr, [](Context&) -> std::string { return ""; }},
+    {" ", nullptr, [](Context&) -> std::string { return ""; }},
+    {" ", nullptr, [](Context&) -> std::string { return ""; }},
+    {" ", nullptr, [](Context&) -> std::string { return ""; }},
+};
 
 // Lines of a text file, without their ends; CR LF and LF are both accepted.
 void TellOldVersion(Context& c, const std::string& ruta) {
