@@ -47,6 +47,11 @@ Options:
 Program folder: $TORNEL_HOME when set, else $XDG_DATA_HOME/tornel, else ~/.local/share/tornel. It holds
 param.txt; it is created on the first start. A second program on the same folder ends at once.
 
+The database of the parameters (line 51) chooses the search: database 1 searches around the position
+given, or without one where the coordinate origin (line 18) says; database 2 matches star triangles over the whole sky and needs no
+position (set line 18, the coordinate origin, to 0), one given only orders the candidates. Both need the
+image scale of the parameters, and the reversed-image flag for a mirrored camera.
+
 While an analysis runs, SIGINT (Ctrl-C) asks the search to stop; SIGTERM stops it and ends.
 
 Mailbox daemon (image origin 5 or 6): it writes tornel.sta, tornel.pos and tornel.aqi in the mailbox
