@@ -354,7 +354,7 @@ void AnalisisFinal(Context& c) {
         EscogeMejorPoligono(c, left);
         TrataSoluciones(c);
         if (c.mFinAnalisis) return;
-        c.gSolucionSegura = c.gLadosSolucion >= 15;
+        c.gSolucionSegura = c.gLadosSolucion >= kLeastSidesSafe;
         const Solucion& w = c.mSoluciones.at(static_cast<size_t>(c.mIndiceSolucion));
         PublishSolutionCentre(c, w.ArCentro, w.DeCentro, c.gLadosSolucion);
         if (!PublishImageAngle(c)) c.mFinAnalisis = true;

@@ -20,8 +20,6 @@ namespace tornel {
 namespace {
 
 constexpr int32_t kLeastSidesOK = 4;
-constexpr int32_t kLeastSidesSafe = 15;
-constexpr double kResidualLimit = 3;  // pixels
 
 // The sides of the solution by kind: of the database triangle (1), added by prediction (2), and 3
 // for each further star.

@@ -15,8 +15,6 @@ namespace tornel {
 
 namespace {
 
-constexpr double kResidualLimit = 3;  // pixels
-
 // Display pixel of an image point in square pixels: x from the left, y down from the top.
 void ToDisplay(const Context& c, double x, double y, double& dx, double& dy) {
     const double f = c.gFactorReduccion;

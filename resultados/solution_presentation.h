@@ -8,6 +8,12 @@
 
 namespace tornel {
 
+// A solution of this many sides or more is safe; fewer, and it is shown with a warning.
+constexpr int32_t kLeastSidesSafe = 15;
+// The farthest a star of an unsafe solution may stand from where its plate puts it (pixels): the
+// distance within which the mesh extension looks for a star. A chance match stands farther off.
+constexpr double kResidualLimit = 3;
+
 // Degrees to "hhHmmMss.ssS" ("05h35m17.30s") and "+dd°mm'ss.s" ("+22°00'52.2").
 void GradosAcadenas(double ar, double de, std::string& textoAr, std::string& textoDe);
 
