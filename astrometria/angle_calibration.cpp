@@ -3,10 +3,9 @@
 #include <cmath>
 
 #include "astrometria/plate_model.h"
-#include "core/errors.h"
-#include "core/language.h"
-#include "core/numbers.h"
-#include "core/parametros.h"
+#include "comun/errors.h"
+#include "comun/language.h"
+#include "comun/numbers.h"
 #include "resultados/resumen.h"
 
 namespace tornel {
@@ -69,7 +68,7 @@ void AutoCalibraAngulo(Context& c) {
                                 false))
             c.gAnguloImagen = angle;
     }
-    GrabaParametros(c);
+    c.parametersChanged = true;
 }
 
 void AskToAcceptAngleFound(Context& c, std::string_view tituloEs, std::string_view tituloFr,
@@ -85,7 +84,7 @@ void AskToAcceptAngleFound(Context& c, std::string_view tituloEs, std::string_vi
                  " sides solution.\nOk to accept this value ? ");
     if (!c.platform.AskYesNo(question, Pick(c, tituloEs, tituloFr, tituloEn), false)) return;
     c.gAnguloImagen = c.mAnguloHallado;
-    GrabaParametros(c);
+    c.parametersChanged = true;
 }
 
 }  // namespace tornel

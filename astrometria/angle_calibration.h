@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "core/context.h"
+#include "comun/context.h"
 
 namespace tornel {
 
@@ -13,11 +13,13 @@ namespace tornel {
 // angle may come out above 360 or below 0.
 void CalculaNorteCamara(Context& c, double& angulo, int32_t& codigo);
 
-// Measures the image angle on the solution and proposes it, or in the waiting modes sets it.
+// Measures the image angle on the solution and proposes it, or in the waiting modes sets it; a new
+// angle marks the parameters changed, for the run to save.
 void AutoCalibraAngulo(Context& c);
 
 // The Yes/No box titled `titulo` (Spanish, French, English) offering mAnguloHallado, found with
-// gLadosSolucion sides, as the new image angle; Yes sets gAnguloImagen and saves the parameters.
+// gLadosSolucion sides, as the new image angle; Yes sets gAnguloImagen and marks
+// the parameters changed, for the run to save.
 void AskToAcceptAngleFound(Context& c, std::string_view tituloEs, std::string_view tituloFr,
                            std::string_view tituloEn);
 

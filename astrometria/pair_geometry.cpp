@@ -5,7 +5,7 @@
 
 #include "astrometria/sky_vectors.h"
 #include "catalogo/star_catalogue.h"
-#include "core/errors.h"
+#include "comun/errors.h"
 
 namespace tornel {
 

@@ -4,7 +4,7 @@
 // gTanMediaDistancia, read by the caller right after the call.
 #include <cstdint>
 
-#include "core/context.h"
+#include "comun/context.h"
 
 namespace tornel {
 

@@ -10,7 +10,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "core/context.h"
+#include "comun/context.h"
 
 namespace tornel {
 

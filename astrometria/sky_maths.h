@@ -6,7 +6,7 @@
 // own trap (gMostrarAvisos), which sets mFinAnalisis.
 #include <cstdint>
 
-#include "core/context.h"
+#include "comun/context.h"
 
 namespace tornel {
 

@@ -4,7 +4,7 @@
 // are those of these forms, not of a library arc sine.
 #include <cmath>
 
-#include "core/context.h"
+#include "comun/context.h"
 
 namespace tornel {
 

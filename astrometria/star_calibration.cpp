@@ -5,8 +5,8 @@
 #include "astrometria/pair_geometry.h"
 #include "astrometria/sky_maths.h"
 #include "astrometria/sky_vectors.h"
-#include "core/errors.h"
-#include "core/numbers.h"
+#include "comun/errors.h"
+#include "comun/numbers.h"
 #include "resultados/resumen.h"
 
 namespace tornel {

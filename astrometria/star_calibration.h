@@ -4,7 +4,7 @@
 // mirrored from three. The calibration windows hold a StarCalibration and call these.
 #include <cstdint>
 
-#include "core/context.h"
+#include "comun/context.h"
 
 namespace tornel {
 

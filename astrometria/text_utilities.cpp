@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <ctime>
 
-#include "core/files.h"
-#include "core/numbers.h"
+#include "comun/files.h"
+#include "comun/numbers.h"
 
 namespace tornel {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "core/context.h"
+#include "comun/context.h"
 
 namespace tornel {
 

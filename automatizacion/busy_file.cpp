@@ -10,7 +10,7 @@
 #include <fstream>
 #include <string>
 
-#include "core/files.h"
+#include "comun/files.h"
 
 namespace tornel {
 

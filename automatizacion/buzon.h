@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "core/context.h"
+#include "comun/context.h"
 
 namespace tornel {
 

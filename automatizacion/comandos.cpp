@@ -7,9 +7,9 @@
 #include "astrometria/text_utilities.h"
 #include "automatizacion/buzon.h"
 #include "automatizacion/mensajes.h"
+#include "comun/files.h"
+#include "comun/numbers.h"
 #include "core/analisis.h"
-#include "core/files.h"
-#include "core/numbers.h"
 #include "core/parametros.h"
 #include "core/startup.h"
 #include "resultados/resumen.h"
@@ -345,6 +345,7 @@ bool RunPendingCommand(Context& c) {
         SaveSearchSummary(c, valor);
     } else if (comando == "EXEfineAdjustAngle") {
         AutoCalibraAngulo(c);
+        SaveChangedParameters(c);
     } else if (comando == "EXEexitTornel") {
         c.mProgramaTerminado = true;
     }

@@ -3,8 +3,8 @@
 #include <chrono>
 
 #include "automatizacion/busy_file.h"
-#include "core/files.h"
-#include "core/text_encoding.h"
+#include "comun/files.h"
+#include "comun/text_encoding.h"
 
 namespace tornel {
 

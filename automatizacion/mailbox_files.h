@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
-#include "core/context.h"
-#include "core/errors.h"
+#include "comun/context.h"
+#include "comun/errors.h"
 
 namespace tornel {
 

@@ -4,7 +4,7 @@
 
 #include "astrometria/text_utilities.h"
 #include "automatizacion/mailbox_files.h"
-#include "core/numbers.h"
+#include "comun/numbers.h"
 #include "core/parametros.h"
 #include "core/startup.h"
 #include "resultados/resumen.h"

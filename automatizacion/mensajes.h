@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string>
 
-#include "core/context.h"
+#include "comun/context.h"
 
 namespace tornel {
 

@@ -16,7 +16,7 @@
 #include <set>
 #include <unordered_map>
 
-#include "core/numbers.h"
+#include "comun/numbers.h"
 #include "herramientas/db/build.h"
 #include "herramientas/db/distance_files.h"
 #include "herramientas/db/projection.h"

@@ -12,8 +12,8 @@
 #include <random>
 #include <string>
 
+#include "comun/quiet_platform.h"
 #include "core/parametros.h"
-#include "core/quiet_platform.h"
 #include "core/startup.h"
 #include "herramientas/render/render.h"
 #include "imagen/imagen.h"

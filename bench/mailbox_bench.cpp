@@ -6,7 +6,7 @@
 #include <string>
 
 #include "automatizacion/buzon.h"
-#include "core/files.h"
+#include "comun/files.h"
 #include "core/parametros.h"
 #include "resultados/status_files.h"
 #include "resultados/wcs.h"

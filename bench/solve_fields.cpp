@@ -30,11 +30,11 @@
 #include <string>
 #include <vector>
 
+#include "comun/context.h"
+#include "comun/numbers.h"
+#include "comun/quiet_platform.h"
 #include "core/analisis.h"
-#include "core/context.h"
-#include "core/numbers.h"
 #include "core/parametros.h"
-#include "core/quiet_platform.h"
 #include "core/startup.h"
 #include "herramientas/db/default_database.h"
 #include "herramientas/db/projection.h"

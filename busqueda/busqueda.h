@@ -1,7 +1,7 @@
 #pragma once
 // The searches that the analysis run dispatches to. Each runs only when mFinAnalisis is false and
 // leaves it set when it ends without a solution.
-#include "core/context.h"
+#include "comun/context.h"
 
 namespace tornel {
 

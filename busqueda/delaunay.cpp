@@ -4,8 +4,8 @@
 #include <cfenv>
 #include <cmath>
 
-#include "core/errors.h"
-#include "core/numbers.h"
+#include "comun/errors.h"
+#include "comun/numbers.h"
 #include "resultados/resumen.h"
 
 namespace tornel {

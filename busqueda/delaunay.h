@@ -6,7 +6,7 @@
 #include <array>
 #include <cstdint>
 
-#include "core/context.h"
+#include "comun/context.h"
 
 namespace tornel {
 

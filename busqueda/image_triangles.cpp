@@ -10,8 +10,8 @@
 #include "busqueda/three_stars.h"
 #include "busqueda/triangle_search.h"
 #include "catalogo/triangle_database.h"
-#include "core/errors.h"
-#include "core/numbers.h"
+#include "comun/errors.h"
+#include "comun/numbers.h"
 
 namespace tornel {
 

@@ -10,7 +10,7 @@
 #include "busqueda/screen_geometry.h"
 #include "catalogo/regions.h"
 #include "catalogo/star_catalogue.h"
-#include "core/errors.h"
+#include "comun/errors.h"
 
 namespace tornel {
 

@@ -4,7 +4,7 @@
 // agree with the screen joins the solution.
 #include <cstdint>
 
-#include "core/context.h"
+#include "comun/context.h"
 
 namespace tornel {
 

@@ -11,8 +11,8 @@
 #include "astrometria/pair_geometry.h"
 #include "busqueda/screen_geometry.h"
 #include "catalogo/star_catalogue.h"
-#include "core/errors.h"
-#include "core/numbers.h"
+#include "comun/errors.h"
+#include "comun/numbers.h"
 #include "resultados/resumen.h"
 
 namespace tornel {

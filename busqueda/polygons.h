@@ -4,7 +4,7 @@
 // of them kept for the whole analysis in mMejores.
 #include <cstdint>
 
-#include "core/context.h"
+#include "comun/context.h"
 
 namespace tornel {
 

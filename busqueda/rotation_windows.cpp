@@ -13,10 +13,9 @@
 #include "busqueda/solution_choice.h"
 #include "busqueda/three_stars.h"
 #include "catalogo/distance_database.h"
-#include "core/analisis.h"
-#include "core/errors.h"
-#include "core/numbers.h"
-#include "core/parametros.h"
+#include "comun/clock.h"
+#include "comun/errors.h"
+#include "comun/numbers.h"
 #include "resultados/resumen.h"
 
 namespace tornel {
@@ -109,7 +108,7 @@ void OfferAngleFound(Context& c) {
         if (c.gOrigenImagen == 5 || c.gOrigenImagen == 6) {
             if (c.gLadosSolucion >= c.gLadosParaParar) {
                 c.gAnguloImagen = c.mAnguloHallado;
-                GrabaParametros(c);
+                c.parametersChanged = true;
             }
             return;
         }

@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include "core/errors.h"
-#include "core/numbers.h"
+#include "comun/errors.h"
+#include "comun/numbers.h"
 
 namespace tornel {
 

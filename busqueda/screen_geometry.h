@@ -2,7 +2,7 @@
 // Screen geometry: pairs of selected stars turned into the angular distance and the inclination to
 // the north under which the database stores its segments. The image is taken as a gnomonic
 // projection about its centre.
-#include "core/context.h"
+#include "comun/context.h"
 
 namespace tornel {
 

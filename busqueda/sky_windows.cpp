@@ -14,8 +14,8 @@
 #include "busqueda/three_stars.h"
 #include "catalogo/database_choice.h"
 #include "catalogo/distance_database.h"
-#include "core/errors.h"
-#include "core/numbers.h"
+#include "comun/errors.h"
+#include "comun/numbers.h"
 #include "resultados/resumen.h"
 
 namespace tornel {

@@ -3,7 +3,7 @@
 // candidate solved, extended and scored, and the winner carried to the results.
 #include <cstdint>
 
-#include "core/context.h"
+#include "comun/context.h"
 
 namespace tornel {
 

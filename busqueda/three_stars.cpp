@@ -7,7 +7,7 @@
 #include "astrometria/pair_geometry.h"
 #include "astrometria/sky_vectors.h"
 #include "catalogo/star_catalogue.h"
-#include "core/errors.h"
+#include "comun/errors.h"
 #include "resultados/resumen.h"
 
 namespace tornel {

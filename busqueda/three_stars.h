@@ -4,7 +4,7 @@
 // and by their turning sense.
 #include <cstdint>
 
-#include "core/context.h"
+#include "comun/context.h"
 
 namespace tornel {
 

@@ -11,11 +11,10 @@
 #include "busqueda/busqueda.h"
 #include "catalogo/database_choice.h"
 #include "catalogo/star_catalogue.h"
-#include "catalogo/star_file.h"
 #include "catalogo/triangle_database.h"
-#include "core/errors.h"
-#include "core/numbers.h"
-#include "core/timers.h"
+#include "comun/errors.h"
+#include "comun/numbers.h"
+#include "comun/star_file.h"
 #include "resultados/resumen.h"
 
 namespace tornel {

@@ -5,7 +5,7 @@
 // BusquedaPorTriangulos, is declared with the other searches.
 #include <cstdint>
 
-#include "core/context.h"
+#include "comun/context.h"
 
 namespace tornel {
 
@@ -47,5 +47,8 @@ void Tri_AnalisisFinal(Context& c);
 void ShowTrial(Context& c);
 // "Solution with n sides, for the triangle m" in the summary and the title.
 void ReportSolutionFound(Context& c, int32_t lados, int32_t triangulo);
+
+// Reads the one value of est.ele and clears mEsperaTriangulo.
+void TimerEsperaTriangle_Timer(Context& c);
 
 }  // namespace tornel

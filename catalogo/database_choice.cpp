@@ -4,9 +4,9 @@
 #include <utility>
 
 #include "catalogo/triangle_database.h"
-#include "core/errors.h"
-#include "core/files.h"
-#include "core/numbers.h"
+#include "comun/errors.h"
+#include "comun/files.h"
+#include "comun/numbers.h"
 #include "resultados/resumen.h"
 
 namespace tornel {

@@ -3,7 +3,7 @@
 // change of database with its settings, and the checks that end an analysis when a file is gone.
 #include <string>
 
-#include "core/context.h"
+#include "comun/context.h"
 
 namespace tornel {
 

@@ -10,11 +10,11 @@
 #include "busqueda/screen_geometry.h"
 #include "catalogo/database_choice.h"
 #include "catalogo/star_catalogue.h"
-#include "catalogo/star_file.h"
-#include "core/analisis.h"
-#include "core/errors.h"
-#include "core/language.h"
-#include "core/numbers.h"
+#include "comun/clock.h"
+#include "comun/errors.h"
+#include "comun/language.h"
+#include "comun/numbers.h"
+#include "comun/star_file.h"
 #include "resultados/resumen.h"
 
 namespace tornel {

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "core/context.h"
+#include "comun/context.h"
 
 namespace tornel {
 

@@ -9,10 +9,10 @@
 #include "astrometria/plate_model.h"
 #include "catalogo/database_choice.h"
 #include "catalogo/star_catalogue.h"
-#include "core/errors.h"
-#include "core/files.h"
-#include "core/language.h"
-#include "core/numbers.h"
+#include "comun/errors.h"
+#include "comun/files.h"
+#include "comun/language.h"
+#include "comun/numbers.h"
 #include "resultados/resumen.h"
 
 namespace tornel {

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "catalogo/star_records.h"
-#include "core/context.h"
+#include "comun/context.h"
 
 namespace tornel {
 

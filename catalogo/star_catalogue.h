@@ -6,7 +6,7 @@
 #include <string>
 
 #include "catalogo/star_records.h"
-#include "core/context.h"
+#include "comun/context.h"
 
 namespace tornel {
 

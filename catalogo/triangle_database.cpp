@@ -8,10 +8,10 @@
 #include "busqueda/triangle_search.h"
 #include "catalogo/database_choice.h"
 #include "catalogo/star_catalogue.h"
-#include "catalogo/star_file.h"
-#include "core/clock.h"
-#include "core/errors.h"
-#include "core/numbers.h"
+#include "comun/clock.h"
+#include "comun/errors.h"
+#include "comun/numbers.h"
+#include "comun/star_file.h"
 #include "resultados/resumen.h"
 
 namespace tornel {

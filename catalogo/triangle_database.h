@@ -5,7 +5,7 @@
 // where the telescope points.
 #include <cstdint>
 
-#include "core/context.h"
+#include "comun/context.h"
 
 namespace tornel {
 

@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "core/platform.h"
+#include "comun/platform.h"
 
 namespace tornel {
 

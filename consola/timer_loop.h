@@ -4,7 +4,7 @@
 #include <chrono>
 #include <vector>
 
-#include "core/context.h"
+#include "comun/context.h"
 
 namespace tornel {
 

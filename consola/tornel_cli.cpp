@@ -5,10 +5,10 @@
 #include <string>
 #include <vector>
 
+#include "comun/build_info.h"
+#include "comun/numbers.h"
 #include "consola/console_platform.h"
 #include "consola/timer_loop.h"
-#include "core/build_info.h"
-#include "core/numbers.h"
 #include "core/parametros.h"
 #include "core/startup.h"
 #include "resultados/resumen.h"

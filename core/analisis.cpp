@@ -5,14 +5,14 @@
 
 #include "automatizacion/buzon.h"
 #include "busqueda/busqueda.h"
-#include "core/clock.h"
-#include "core/errors.h"
-#include "core/files.h"
-#include "core/language.h"
-#include "core/numbers.h"
+#include "comun/clock.h"
+#include "comun/errors.h"
+#include "comun/files.h"
+#include "comun/language.h"
+#include "comun/numbers.h"
+#include "comun/text_encoding.h"
 #include "core/parametros.h"
 #include "core/startup.h"
-#include "core/text_encoding.h"
 #include "imagen/imagen.h"
 #include "resultados/resumen.h"
 #include "resultados/status_files.h"
@@ -147,10 +147,6 @@ bool IsImageName(const std::string& name) {
 
 }  // namespace
 
-double Ahora(Context& c) {
-    return SecondsSinceMidnight(c.platform.Now());
-}
-
 void ReportEndAndElapsed(Context& c) {
     LocalTime now = ToLocalTime(c.platform.Now());
     std::string ended = LongDate(now) + " " + LongTime(now);
@@ -189,6 +185,7 @@ void AnalizaImagen(Context& c) {
             ParaResumen(c, "Imagen no invertida", "Image non inversée", "Non reversed image");
         LabelResul(c, kStopEs, kStopFr, kStopEn);
         SearchDispatch(c);
+        SaveChangedParameters(c);
     });
 }
 
@@ -303,64 +300,6 @@ void DeterminaCoordenadasDeBusqueda(Context& c) {
                         "Coordonnées de recherche dans les listes.", "Searching coordinates in combos.");
         }
         ShowCentre(c);
-    });
-}
-
-void DeterminaRectanguloDeAnalisis(Context& c) {
-    WithTrap(c, "DeterminaRectanguloDeAnalisis", [&] {
-        bool fromMessage = c.gOrigenImagen == 5;
-        int32_t x1 = fromMessage ? c.mMensajeX1 : c.mRectanguloX1,
-                x2 = fromMessage ? c.mMensajeX2 : c.mRectanguloX2;
-        int32_t y1 = fromMessage ? c.mMensajeY1 : c.mRectanguloY1,
-                y2 = fromMessage ? c.mMensajeY2 : c.mRectanguloY2;
-        if (c.gAreaImagen == 1 || c.gAreaImagen == 2) {
-            c.gXMin = std::min(x1, x2);
-            c.gXMax = std::max(x1, x2);
-            c.gYMin = std::min(y1, y2);
-            c.gYMax = std::max(y1, y2);
-        } else {
-            c.gXMin = 1;
-            c.gXMax = c.gPixelesX;
-            c.gYMin = 1;
-            c.gYMax = c.gPixelesY;
-        }
-        c.gXMin = std::max(c.gXMin, 1);
-        c.gYMin = std::max(c.gYMin, 1);
-        c.gXMax = std::min(c.gXMax, c.gPixelesX);
-        c.gYMax = std::min(c.gYMax, c.gPixelesY);
-        if (c.gXMax - c.gXMin < 20 || c.gYMax - c.gYMin < 20) {
-            c.gAreaImagen = 0;
-            c.gXMin = 1;
-            c.gXMax = c.gPixelesX;
-            c.gYMin = 1;
-            c.gYMax = c.gPixelesY;
-        }
-        if (!c.mSoloExtraer && (c.gAreaImagen == 0 || c.gAreaImagen == 1)) {
-            // A wide field is analysed only in its central part: the database resolves small fields.
-            double half = c.gLadoMaximoGrados / (2.0 * c.gGradosPorPixel);
-            if ((c.gXMax - c.gXMin) * c.gGradosPorPixel > c.gLadoMaximoGrados) {
-                c.gAreaImagen = 1;
-                double centre = (c.gXMin + c.gXMax) / 2.0;
-                c.gXMin = ToLong(centre - half);
-                c.gXMax = ToLong(centre + half);
-            }
-            if ((c.gYMax - c.gYMin) * c.gGradosPorPixel > c.gLadoMaximoGrados) {
-                c.gAreaImagen = 1;
-                double centre = (c.gYMin + c.gYMax) / 2.0;
-                c.gYMin = ToLong(centre - half);
-                c.gYMax = ToLong(centre + half);
-            }
-        }
-        if (c.gAreaImagen == 1 || c.gAreaImagen == 2) {
-            double f = c.gFactorReduccion;
-            c.platform.DrawRectangle(c.gXMin / f, (c.gPixelesY - c.gYMax) / f, c.gXMax / f,
-                                     (c.gPixelesY - c.gYMin) / f);
-            c.mTextoRectangulo = "xMin= " + std::to_string(c.gXMin) + "   xMax= " + std::to_string(c.gXMax) +
-                                 "   yMin= " + std::to_string(c.gYMin) +
-                                 "   yMax= " + std::to_string(c.gYMax);
-        } else {
-            c.platform.ClearRectangle();
-        }
     });
 }
 

@@ -2,7 +2,7 @@
 // The analysis run: from the wish for a position to the closing result, whichever way it starts.
 #include <string>
 
-#include "core/context.h"
+#include "comun/context.h"
 
 namespace tornel {
 
@@ -14,8 +14,6 @@ void TratamientoDeLaImagen(Context& c);
 void PreparaNuevaImagen(Context& c);
 // Fixes gCentroBusquedaRA and gCentroBusquedaDEC from the source in force.
 void DeterminaCoordenadasDeBusqueda(Context& c);
-// Fixes gXMin, gXMax, gYMin, gYMax, the rectangle of the image that is analysed.
-void DeterminaRectanguloDeAnalisis(Context& c);
 // Square-pixel copies of the candidates and the selected stars.
 void CuadraPixeles(Context& c);
 // Extraction with its reports, and the reference images.
@@ -40,8 +38,6 @@ void LabelResultado_Click(Context& c);
 // The analyse button and the blank key.
 void CommandoAnalizar_Click(Context& c);
 
-// Seconds since midnight of the program's clock.
-double Ahora(Context& c);
 // The "Ended: " and "Elapsed time: " lines that close every run.
 void ReportEndAndElapsed(Context& c);
 

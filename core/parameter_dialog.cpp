@@ -1,9 +1,9 @@
 #include "core/parameter_dialog.h"
 
 #include "astrometria/sky_maths.h"
-#include "core/files.h"
-#include "core/language.h"
-#include "core/numbers.h"
+#include "comun/files.h"
+#include "comun/language.h"
+#include "comun/numbers.h"
 #include "core/parametros.h"
 #include "core/startup.h"
 #include "resultados/resumen.h"

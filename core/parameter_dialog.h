@@ -3,7 +3,7 @@
 // itself only copies its controls into these records and moves the focus to the field named.
 #include <string>
 
-#include "core/context.h"
+#include "comun/context.h"
 
 namespace tornel {
 

@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "astrometria/sky_maths.h"
-#include "core/errors.h"
-#include "core/files.h"
-#include "core/numbers.h"
+#include "comun/errors.h"
+#include "comun/files.h"
+#include "comun/numbers.h"
 #include "resultados/resumen.h"
 
 namespace tornel {
@@ -387,6 +387,12 @@ void GrabaParametros(Context& c) {
         std::string text = TextoParametros(c);
         if (!WriteFileAtomically(RutaParametros(c), text)) Raise(kErrPathFileAccess);
     });
+}
+
+void SaveChangedParameters(Context& c) {
+    if (!c.parametersChanged) return;
+    c.parametersChanged = false;
+    GrabaParametros(c);
 }
 
 bool EsFicheroDeParametros(const std::string& ruta) {

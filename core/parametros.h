@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "core/context.h"
+#include "comun/context.h"
 
 namespace tornel {
 
@@ -15,6 +15,8 @@ void ParametrosPorDefecto(Context& c);
 void CargaParametros(Context& c, const std::string& ruta);
 // Writes param.txt in the program folder, through a temporary file and a rename.
 void GrabaParametros(Context& c);
+// Saves the parameters when a stage below the run marked them changed.
+void SaveChangedParameters(Context& c);
 // The whole text that GrabaParametros writes.
 std::string TextoParametros(Context& c);
 // The comment line of pair n (1 to 65), without its line end.

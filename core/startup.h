@@ -4,7 +4,7 @@
 #include <string>
 
 #include "catalogo/database_choice.h"
-#include "core/context.h"
+#include "comun/context.h"
 
 namespace tornel {
 

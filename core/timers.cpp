@@ -2,10 +2,13 @@
 
 #include "astrometria/angle_calibration.h"
 #include "automatizacion/buzon.h"
+#include "busqueda/triangle_search.h"
 #include "catalogo/database_choice.h"
 #include "catalogo/regions.h"
+#include "comun/clock.h"
+#include "comun/numbers.h"
 #include "core/analisis.h"
-#include "core/numbers.h"
+#include "core/parametros.h"
 #include "core/startup.h"
 #include "imagen/imagen.h"
 #include "resultados/resumen.h"
@@ -169,6 +172,7 @@ void TimerAnalizaAmbito30x30gConRotacion_Timer(Context& c) {
     if (c.gLadosSolucion > 8 && c.mHayAngulo) {
         AskToAcceptAngleFound(c, "Búsqueda en 30x30 g, con rotación", "Recherche en 30x30 d, avec rotation",
                               "Search in 30x30 d, with rotation");
+        SaveChangedParameters(c);
     } else {
         MensajeIdioma(c, "No se ha encontrado solución.", "Pas de solution trouvée.", "No solution found.");
     }

@@ -3,7 +3,7 @@
 // end calls the handler of every enabled timer when its period has passed.
 #include <span>
 
-#include "core/context.h"
+#include "comun/context.h"
 
 namespace tornel {
 
@@ -30,7 +30,5 @@ void TimerAnalizaAmbito30x30gSinRotacion_Timer(Context& c);
 void AnalizaAmbito30x30gConRotacion(Context& c);
 // Runs that search and offers the angle found as the new image angle.
 void TimerAnalizaAmbito30x30gConRotacion_Timer(Context& c);
-// Reads the one value of est.ele and clears mEsperaTriangulo.
-void TimerEsperaTriangle_Timer(Context& c);
 
 }  // namespace tornel

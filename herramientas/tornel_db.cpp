@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "comun/numbers.h"
 #include "consola/console_platform.h"
-#include "core/numbers.h"
 #include "core/startup.h"
 #include "herramientas/db/build.h"
 #include "herramientas/db/check.h"

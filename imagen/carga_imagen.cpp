@@ -2,12 +2,12 @@
 // BMP and JPG pictures, and the date of the image.
 #include <string>
 
-#include "core/build_info.h"
-#include "core/clock.h"
-#include "core/errors.h"
-#include "core/files.h"
-#include "core/language.h"
-#include "core/numbers.h"
+#include "comun/build_info.h"
+#include "comun/clock.h"
+#include "comun/errors.h"
+#include "comun/files.h"
+#include "comun/language.h"
+#include "comun/numbers.h"
 #include "imagen/fits.h"
 #include "imagen/imagen.h"
 #include "imagen/picture_files.h"

@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <string>
 
-#include "core/errors.h"
-#include "core/numbers.h"
+#include "comun/errors.h"
+#include "comun/numbers.h"
 #include "imagen/contour_walk.h"
 #include "imagen/imagen.h"
 #include "resultados/resumen.h"

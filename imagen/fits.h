@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "core/context.h"
+#include "comun/context.h"
 
 namespace tornel {
 

@@ -3,7 +3,7 @@
 #include <cmath>
 #include <string>
 
-#include "core/numbers.h"
+#include "comun/numbers.h"
 #include "imagen/fits.h"
 
 namespace tornel {

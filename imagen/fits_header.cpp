@@ -4,8 +4,8 @@
 #include <fstream>
 #include <string>
 
-#include "core/errors.h"
-#include "core/numbers.h"
+#include "comun/errors.h"
+#include "comun/numbers.h"
 #include "imagen/fits.h"
 #include "imagen/pixel/tornel_pixel.h"
 #include "resultados/resumen.h"

@@ -4,9 +4,12 @@
 #include <cstdint>
 #include <string>
 
-#include "core/context.h"
+#include "comun/context.h"
 
 namespace tornel {
+
+// Fixes gXMin, gXMax, gYMin, gYMax, the rectangle of the image that is analysed.
+void DeterminaRectanguloDeAnalisis(Context& c);
 
 // Reads the image file of gRutaImagen into the brightness matrix, by its extension.
 void CargaImagen(Context& c);

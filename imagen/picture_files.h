@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "imagen/zeroed_allocator.h"
+#include "comun/zeroed_allocator.h"
 
 namespace tornel {
 

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <string>
 
-#include "core/numbers.h"
+#include "comun/numbers.h"
 #include "imagen/imagen.h"
 #include "resultados/resumen.h"
 

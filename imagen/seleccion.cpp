@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <string>
 
-#include "core/errors.h"
+#include "comun/errors.h"
 #include "imagen/imagen.h"
 #include "resultados/resumen.h"
 

@@ -3,10 +3,10 @@
 #include <fstream>
 #include <vector>
 
-#include "core/clock.h"
-#include "core/errors.h"
-#include "core/language.h"
-#include "core/numbers.h"
+#include "comun/clock.h"
+#include "comun/errors.h"
+#include "comun/language.h"
+#include "comun/numbers.h"
 
 namespace tornel {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "core/context.h"
+#include "comun/context.h"
 
 namespace tornel {
 

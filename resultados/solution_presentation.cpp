@@ -6,9 +6,9 @@
 #include "astrometria/pair_geometry.h"
 #include "astrometria/plate_model.h"
 #include "catalogo/star_catalogue.h"
-#include "core/errors.h"
-#include "core/language.h"
-#include "core/numbers.h"
+#include "comun/errors.h"
+#include "comun/language.h"
+#include "comun/numbers.h"
 #include "resultados/resumen.h"
 
 namespace tornel {

@@ -4,11 +4,11 @@
 #include <string>
 #include <vector>
 
-#include "core/clock.h"
-#include "core/errors.h"
-#include "core/files.h"
-#include "core/numbers.h"
-#include "core/text_encoding.h"
+#include "comun/clock.h"
+#include "comun/errors.h"
+#include "comun/files.h"
+#include "comun/numbers.h"
+#include "comun/text_encoding.h"
 
 namespace tornel {
 

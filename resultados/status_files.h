@@ -5,7 +5,7 @@
 // every event, as Latin-1 text with CR LF line ends.
 #include <cstdint>
 
-#include "core/context.h"
+#include "comun/context.h"
 
 namespace tornel {
 

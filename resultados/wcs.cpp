@@ -7,9 +7,9 @@
 #include <fstream>
 
 #include "astrometria/plate_model.h"
-#include "core/errors.h"
-#include "core/files.h"
-#include "core/numbers.h"
+#include "comun/errors.h"
+#include "comun/files.h"
+#include "comun/numbers.h"
 
 namespace tornel {
 

@@ -1,6 +1,6 @@
 #pragma once
 // What the analysis run asks of the telescope and planetarium links.
-#include "core/context.h"
+#include "comun/context.h"
 
 namespace tornel {
 

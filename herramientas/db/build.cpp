@@ -7,9 +7,9 @@
 #include <filesystem>
 
 #include "catalogo/regions.h"
-#include "core/context.h"
-#include "core/files.h"
-#include "core/numbers.h"
+#include "comun/context.h"
+#include "comun/files.h"
+#include "comun/numbers.h"
 #include "herramientas/db/distance_files.h"
 #include "herramientas/db/importers.h"
 #include "herramientas/db/progress.h"

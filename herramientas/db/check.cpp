@@ -8,8 +8,8 @@
 #include <unistd.h>
 
 #include "catalogo/regions.h"
-#include "core/context.h"
-#include "core/numbers.h"
+#include "comun/context.h"
+#include "comun/numbers.h"
 #include "herramientas/db/build.h"
 #include "herramientas/db/distance_files.h"
 #include "herramientas/db/records.h"

@@ -5,9 +5,9 @@
 #include <filesystem>
 #include <sstream>
 
-#include "core/context.h"
-#include "core/files.h"
-#include "core/numbers.h"
+#include "comun/context.h"
+#include "comun/files.h"
+#include "comun/numbers.h"
 #include "core/parametros.h"
 #include "herramientas/db/check.h"
 

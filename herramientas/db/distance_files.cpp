@@ -4,7 +4,7 @@
 #include <cmath>
 
 #include "catalogo/distance_database.h"
-#include "core/numbers.h"
+#include "comun/numbers.h"
 #include "herramientas/db/sky_geometry.h"
 #include "herramientas/db/sky_index.h"
 

@@ -5,7 +5,7 @@
 #include <fstream>
 #include <map>
 
-#include "core/numbers.h"
+#include "comun/numbers.h"
 #include "herramientas/db/importers.h"
 #include "herramientas/db/sky_geometry.h"
 

@@ -2,7 +2,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "core/numbers.h"
+#include "comun/numbers.h"
 #include "herramientas/db/importers.h"
 
 namespace tornel::db {

@@ -1,6 +1,6 @@
 #include "herramientas/db/progress.h"
 
-#include "core/numbers.h"
+#include "comun/numbers.h"
 
 namespace tornel::db {
 

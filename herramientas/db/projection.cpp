@@ -7,7 +7,7 @@
 #include <numbers>
 #include <random>
 
-#include "core/numbers.h"
+#include "comun/numbers.h"
 #include "herramientas/render/render.h"
 
 #include "herramientas/db/sky_geometry.h"

@@ -7,9 +7,9 @@
 
 #include "astrometria/pair_geometry.h"
 #include "astrometria/sky_maths.h"
-#include "core/context.h"
-#include "core/numbers.h"
-#include "core/quiet_platform.h"
+#include "comun/context.h"
+#include "comun/numbers.h"
+#include "comun/quiet_platform.h"
 
 namespace tornel::db {
 namespace {

@@ -6,7 +6,7 @@
 #include <numbers>
 #include <numeric>
 
-#include "core/numbers.h"
+#include "comun/numbers.h"
 #include "herramientas/db/sky_index.h"
 
 namespace tornel::db {

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "automatizacion/buzon.h"
-#include "core/files.h"
+#include "comun/files.h"
 #include "tests/support/test_program.h"
 
 namespace tornel::testing {

@@ -16,7 +16,7 @@
 #include "busqueda/solution_choice.h"
 #include "busqueda/three_stars.h"
 #include "catalogo/distance_database.h"
-#include "core/numbers.h"
+#include "comun/numbers.h"
 #include "core/parametros.h"
 #include "herramientas/db/projection.h"
 #include "resultados/solution_presentation.h"

@@ -5,11 +5,13 @@
 #include <chrono>
 #include <filesystem>
 
+#include "comun/clock.h"
+#include "comun/errors.h"
 #include "core/analisis.h"
-#include "core/errors.h"
 #include "core/parametros.h"
 #include "core/startup.h"
 #include "core/timers.h"
+#include "imagen/imagen.h"
 #include "tests/support/test_program.h"
 
 namespace tornel {

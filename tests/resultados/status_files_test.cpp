@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "core/files.h"
+#include "comun/files.h"
 #include "core/parametros.h"
 #include "resultados/status_files.h"
 #include "tests/support/test_program.h"

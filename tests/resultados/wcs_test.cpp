@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "astrometria/plate_model.h"
-#include "core/files.h"
+#include "comun/files.h"
 #include "core/parametros.h"
 #include "resultados/wcs.h"
 #include "tests/support/generated_sky.h"

@@ -14,9 +14,9 @@
 #include <string>
 #include <vector>
 
-#include "core/numbers.h"
+#include "comun/numbers.h"
+#include "comun/quiet_platform.h"
 #include "core/parametros.h"
-#include "core/quiet_platform.h"
 #include "herramientas/db/build.h"
 #include "herramientas/db/projection.h"
 #include "tests/support/recording_platform.h"

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "core/platform.h"
+#include "comun/platform.h"
 
 namespace tornel::testing {
 

@@ -1,6 +1,6 @@
 #pragma once
 // A program under test: a context on a recording platform with its own program folder.
-#include "core/context.h"
+#include "comun/context.h"
 #include "tests/support/recording_platform.h"
 #include "tests/support/temp_folder.h"
 

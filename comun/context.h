@@ -4,16 +4,16 @@
 #include <cstdint>
 #include <functional>
 
-#include "astrometria/astrometry_state.h"
-#include "automatizacion/automation_state.h"
-#include "busqueda/search_state.h"
-#include "busqueda/triangle_state.h"
-#include "catalogo/catalog_state.h"
-#include "core/core_state.h"
-#include "core/parameters_state.h"
-#include "core/platform.h"
-#include "imagen/image_state.h"
-#include "resultados/results_state.h"
+#include "comun/platform.h"
+#include "comun/state/astrometry_state.h"
+#include "comun/state/automation_state.h"
+#include "comun/state/catalog_state.h"
+#include "comun/state/core_state.h"
+#include "comun/state/image_state.h"
+#include "comun/state/parameters_state.h"
+#include "comun/state/results_state.h"
+#include "comun/state/search_state.h"
+#include "comun/state/triangle_state.h"
 
 namespace tornel {
 

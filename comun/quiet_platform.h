@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "core/platform.h"
+#include "comun/platform.h"
 
 namespace tornel {
 

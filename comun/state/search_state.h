@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "astrometria/astrometry_state.h"
+#include "comun/state/astrometry_state.h"
 #include "imagen/pixel/tornel_pixel.h"
 
 namespace tornel {

@@ -1,8 +1,8 @@
-#include "core/errors.h"
+#include "comun/errors.h"
 
 #include <new>
 
-#include "core/context.h"
+#include "comun/context.h"
 
 namespace tornel {
 

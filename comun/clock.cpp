@@ -1,4 +1,4 @@
-#include "core/clock.h"
+#include "comun/clock.h"
 
 #include <cstdio>
 #include <ctime>
@@ -58,6 +58,10 @@ std::string LongTime(const LocalTime& t) {
     char buf[32];
     std::snprintf(buf, sizeof buf, "%02d:%02d:%02d", t.hour, t.minute, t.second);
     return buf;
+}
+
+double Ahora(const Context& c) {
+    return SecondsSinceMidnight(c.platform.Now());
 }
 
 }  // namespace tornel

@@ -1,12 +1,12 @@
 // Rounding, checked conversions, numeric text and the picture formats of the user's texts.
-#include "core/numbers.h"
+#include "comun/numbers.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 
-#include "core/errors.h"
-#include "core/text_encoding.h"
+#include "comun/errors.h"
+#include "comun/text_encoding.h"
 
 namespace tornel {
 namespace {

@@ -1,4 +1,4 @@
-#include "core/files.h"
+#include "comun/files.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -1,4 +1,4 @@
-#include "catalogo/star_file.h"
+#include "comun/star_file.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -8,7 +8,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include "core/numbers.h"
+#include "comun/numbers.h"
 
 namespace tornel {
 

@@ -1,4 +1,4 @@
-#include "core/text_encoding.h"
+#include "comun/text_encoding.h"
 
 namespace tornel {
 

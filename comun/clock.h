@@ -3,6 +3,8 @@
 #include <chrono>
 #include <string>
 
+#include "comun/context.h"
+
 namespace tornel {
 
 struct LocalTime {
@@ -20,5 +22,8 @@ std::string StampSpaced(const LocalTime& t);
 // The long date and long time of the summary: "Sunday, November 22, 2026" and "10:23:45".
 std::string LongDate(const LocalTime& t);
 std::string LongTime(const LocalTime& t);
+
+// Seconds since midnight of the program's clock.
+double Ahora(const Context& c);
 
 }  // namespace tornel

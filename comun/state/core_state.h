@@ -39,6 +39,8 @@ enum DatabaseFileKind : int {
 };
 
 struct CoreState {
+    // A stage below the run changed a parameter (the image angle) that the run must save.
+    bool parametersChanged = false;
     // Start-up.
     std::string gCarpetaPrograma;  // program folder, ends in "/"
     bool gIniciadoPorUsuario = true;

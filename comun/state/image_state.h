@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "imagen/zeroed_allocator.h"
+#include "comun/zeroed_allocator.h"
 
 namespace tornel {
 

@@ -1,11 +1,11 @@
-#include "core/numbers.h"
+#include "comun/numbers.h"
 
 #include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <limits>
 
-#include "core/errors.h"
+#include "comun/errors.h"
 
 namespace tornel {
 

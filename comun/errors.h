@@ -5,7 +5,7 @@
 #include <string_view>
 #include <utility>
 
-#include "core/numbers.h"
+#include "comun/numbers.h"
 
 namespace tornel {
 

@@ -2,7 +2,7 @@
 // State of the open catalogue.
 #include <memory>
 
-#include "catalogo/star_file.h"
+#include "comun/star_file.h"
 
 namespace tornel {
 
