@@ -95,14 +95,16 @@ Matrix3 InverseTranspose(const Matrix3& m) {
     return cof;
 }
 
-// The rotation (with a mirror when the stars ask for one) that best carries the image vectors to the
-// sky vectors: the orthogonal factor of sum(S u^T), by Newton's iteration X = (X + X^-T) / 2.
-void FitRotation(Context& c, const std::vector<PlateStar>& stars, PlateMatrix& plate) {
-    FpCheck fp;
+// The rotation (with a mirror when the stars ask for one) that best carries the image vectors, at focal
+// length `focal` pixels, to the sky vectors: the orthogonal factor of sum(S u^T), by Newton's
+// iteration X = (X + X^-T) / 2. R[i][j] is row i, column j; S = R u.
+Matrix3 BestRotation(Context& c, const std::vector<PlateStar>& stars, double focal) {
     Matrix3 h{};
+    const double cx = c.gAnchoImagen / 2, cy = c.gAltoImagen / 2;
     for (const PlateStar& star : stars) {
-        Vector3 u = ImageVector(c, star.x, star.y), s = SkyVector(c, star.ra, star.dec);
-        const double uu[3] = {u.x, u.y, u.z}, ss[3] = {s.x, s.y, s.z};
+        const double p = star.x - cx, q = star.y - cy, n = std::sqrt(p * p + q * q + focal * focal);
+        Vector3 s = SkyVector(c, star.ra, star.dec);
+        const double uu[3] = {p / n, q / n, focal / n}, ss[3] = {s.x, s.y, s.z};
         for (int i = 0; i < 3; ++i)
             for (int j = 0; j < 3; ++j)
                 h[i][j] += ss[i] * uu[j];
@@ -113,11 +115,47 @@ void FitRotation(Context& c, const std::vector<PlateStar>& stars, PlateMatrix& p
             for (int j = 0; j < 3; ++j)
                 h[i][j] = (h[i][j] + t[i][j]) / 2;
     }
+    return h;
+}
+
+// The focal length (pixels) that best carries the stars' offsets from the centre onto the gnomonic
+// projection of their sky vectors about the axis of `r`: least squares of (p, q) / f against
+// (xi, eta). `focal` when the stars hold no spread about the centre.
+double BestFocal(Context& c, const std::vector<PlateStar>& stars, const Matrix3& r, double focal) {
+    const double cx = c.gAnchoImagen / 2, cy = c.gAltoImagen / 2;
+    double along = 0, square = 0;
+    for (const PlateStar& star : stars) {
+        Vector3 s = SkyVector(c, star.ra, star.dec);
+        // The star in the camera's frame: R^T S.
+        const double u = r[0][0] * s.x + r[1][0] * s.y + r[2][0] * s.z;
+        const double v = r[0][1] * s.x + r[1][1] * s.y + r[2][1] * s.z;
+        const double w = r[0][2] * s.x + r[1][2] * s.y + r[2][2] * s.z;
+        if (w <= 0) continue;
+        const double p = star.x - cx, q = star.y - cy;
+        along += p * u / w + q * v / w;
+        square += p * p + q * q;
+    }
+    return along > 0 ? square / along : focal;
+}
+
+// The similarity that best fits the stars: a rotation (or a mirror) and the focal length, so that the
+// plate carries the image's true scale rather than that of the parameters. Alternates the two fits;
+// a few rounds settle any scale error a search can tolerate.
+void FitSimilarity(Context& c, const std::vector<PlateStar>& stars, PlateMatrix& plate) {
+    FpCheck fp;
+    double focal = c.gFocalEnPixeles;
+    Matrix3 r = BestRotation(c, stars, focal);
+    for (int round = 0; round < 4 && stars.size() >= 2; ++round) {
+        focal = BestFocal(c, stars, r, focal);
+        r = BestRotation(c, stars, focal);
+    }
     PlateMatrix solved = plate;
-    // S = R u, and S = u1 row1 + u2 row2 + u3 row3: row i of the plate is column i of R.
+    // S = R (p, q, focal) ~ R diag(1, 1, focal / F) u, with u = (p, q, F) made unit; and S = u1 row1 +
+    // u2 row2 + u3 row3, so row i of the plate is column i of that matrix.
+    const double stretch = focal / c.gFocalEnPixeles;
     for (int i = 1; i <= 3; ++i)
         for (int j = 1; j <= 3; ++j)
-            solved[i][j] = h[j - 1][i - 1];
+            solved[i][j] = r[j - 1][i - 1] * (i == 3 ? stretch : 1);
     fp.Check();
     plate = solved;
 }
@@ -167,7 +205,7 @@ void RefinePlate(Context& c, const std::vector<PlateStar>& stars) {
 
 void RotatePlate(Context& c, const std::vector<PlateStar>& stars) {
     if (c.mFinAnalisis || stars.size() < 2) return;
-    WithTrap(c, "RotatePlate", [&] { FitRotation(c, stars, c.Cij); });
+    WithTrap(c, "RotatePlate", [&] { FitSimilarity(c, stars, c.Cij); });
 }
 
 int32_t ResuelveSistemaPara3estrellasCoefDij(Context& c, int32_t i, int32_t j, int32_t k, int32_t estrellaI,
@@ -203,6 +241,25 @@ void CoordenadasCatalogoAimagen(Context& c, double ra, double dec, double& x, do
         x = FpCheck::Finite(px);
         y = FpCheck::Finite(py);
     });
+}
+
+double PlateScaleAtCentre(Context& c) {
+    if (c.mFinAnalisis) return 0;
+    double scale = 0;
+    WithTrap(c, "PlateScaleAtCentre", [&] {
+        const double cx = c.gAnchoImagen / 2, cy = c.gAltoImagen / 2, d = 50;
+        auto at = [&](double x, double y) {
+            ImageToSky(c, c.Cij, x, y);
+            return SkyVector(c, c.mRAconvertida, c.mDECconvertida);
+        };
+        const double ra = c.mRAconvertida, dec = c.mDECconvertida;  // the caller's last conversion stays
+        const double across = HalfChordAngle(at(cx - d, cy), at(cx + d, cy));
+        const double down = HalfChordAngle(at(cx, cy - d), at(cx, cy + d));
+        c.mRAconvertida = ra;
+        c.mDECconvertida = dec;
+        scale = (across + down) / 2 / (2 * d) * c.gRadianesAGrados * 3600;
+    });
+    return scale;
 }
 
 void CoordenadasImagenAesfericas(Context& c, double x, double y) {

@@ -27,9 +27,10 @@ void ResuelveSistema(Context& c, const std::array<PlateStar, 3>& vertices);
 // that best carry the image vectors to the sky vectors. With three stars it is ResuelveSistema's
 // solution. Cij stays as it was when the stars cannot fix it (fewer than three, or in a line).
 void RefinePlate(Context& c, const std::vector<PlateStar>& stars);
-// Cij as the rotation of the image vectors (focal length gFocalEnPixeles) that best fits the stars:
-// the scale is the image's own and no shear is taken in, so that a few stars in a narrow strip still
-// give the true turn of the camera. The parity (a mirror) is the one the stars show.
+// Cij as the similarity (a rotation and a scale) that best carries the image to the stars: no shear is
+// taken in, so that a few stars in a narrow strip still give the true turn of the camera, and the scale
+// is measured, so that an error in the parameters' scale moves neither the centre nor the corners. The
+// parity (a mirror) is the one the stars show.
 void RotatePlate(Context& c, const std::vector<PlateStar>& stars);
 
 // Solves Dij from three selected stars (indices into mSeleccionadasCuadradas) and the catalogue stars
@@ -40,6 +41,10 @@ int32_t ResuelveSistemaPara3estrellasCoefDij(Context& c, int32_t i, int32_t j, i
 // Pixel (x, y) of sky position (ra, dec), degrees, with Cij. A position on the image plane's horizon
 // goes ten image widths out; one behind the camera gets a mirrored pixel, untested.
 void CoordenadasCatalogoAimagen(Context& c, double ra, double dec, double& x, double& y);
+
+// The scale of Cij at the image centre, arcseconds per pixel: the mean of its sides along x and y over
+// a hundred pixels. 0 after an error.
+double PlateScaleAtCentre(Context& c);
 
 // Sky position of pixel (x, y) with Cij into mRAconvertida, mDECconvertida (degrees).
 void CoordenadasImagenAesfericas(Context& c, double x, double y);

@@ -309,6 +309,12 @@ void PublishSolutionCentre(Context& c, double ra, double dec, int32_t lados) {
     ParaResumen(c, "Solución : arM = " + r + " deM = " + d + " con " + n + " lados.",
                 "Solution : adM = " + r + " deM = " + d + " avec " + n + " côtés.",
                 "Solution : arM = " + r + " deM = " + d + " with " + n + " sides.");
+    // The plate fits the scale, so the image's true one is known: it calibrates a camera in passing.
+    c.measuredScale = PlateScaleAtCentre(c);
+    const std::string e = FormatNumber(c.measuredScale, "0.0000");
+    ParaResumen(c, "           escala medida = " + e + " \"/pixel",
+                "           échelle mesurée = " + e + " \"/pixel",
+                "           measured scale = " + e + " \"/pixel");
 }
 
 bool PublishImageAngle(Context& c) {
@@ -358,8 +364,12 @@ void AnalisisFinal(Context& c) {
         const Solucion& w = c.mSoluciones.at(static_cast<size_t>(c.mIndiceSolucion));
         PublishSolutionCentre(c, w.ArCentro, w.DeCentro, c.gLadosSolucion);
         if (!PublishImageAngle(c)) c.mFinAnalisis = true;
-        GrabaTornelPos(c, 1, c.gLadosSolucion);
-        GrabaTornelSta(c, kEstadoSolucion, c.gLadosSolucion);
+        // Decided before anything is written: a client polling the status files never reads a
+        // position that the analysis then withdraws.
+        if (Dist_SolucionPasa(c, c.mIndiceSolucion)) {
+            GrabaTornelPos(c, 1, c.gLadosSolucion);
+            GrabaTornelSta(c, kEstadoSolucion, c.gLadosSolucion);
+        }
         Dist_PresentaSolucion(c, c.mIndiceSolucion, c.gLadosSolucion);
         c.gSolucionOK = c.gHaySolucion;
         if (!c.gHaySolucion) {

@@ -64,28 +64,18 @@ std::vector<PlateStar> IdentifiedStars(Context& c, const SolucionTriangulo& s) {
     return stars;
 }
 
-// The plate of all the stars a solution identified, as the best rotation at the image's own focal
-// length, into Cij: the centre and the angle then carry the average of the stars' errors rather than
-// the errors of three. Answers the farthest any star stands from where that plate, scaled about the
-// image centre to take in an error of the given scale, puts it (pixels).
+// The plate of all the stars a solution identified, as the best similarity, into Cij: the centre, the
+// angle and the scale then carry the average of the stars' errors rather than the errors of three.
+// Answers the farthest any star stands from where that plate puts it (pixels).
 double FitToAllStars(Context& c, const SolucionTriangulo& s) {
     const std::vector<PlateStar> stars = IdentifiedStars(c, s);
     RotatePlate(c, stars);
-    const double cx = c.gAnchoImagen / 2, cy = c.gAltoImagen / 2;
-    std::vector<std::array<double, 2>> placed;
-    double along = 0, square = 0;
+    double worst = 0;
     for (const PlateStar& star : stars) {
         double x = 0, y = 0;
         CoordenadasCatalogoAimagen(c, star.ra, star.dec, x, y);
-        placed.push_back({x - cx, y - cy});
-        along += (x - cx) * (star.x - cx) + (y - cy) * (star.y - cy);
-        square += (x - cx) * (x - cx) + (y - cy) * (y - cy);
+        worst = std::max(worst, std::hypot(star.x - x, star.y - y));
     }
-    const double scale = square > 0 ? along / square : 1;
-    double worst = 0;
-    for (size_t k = 0; k < stars.size(); ++k)
-        worst = std::max(worst, std::hypot(stars[k].x - cx - scale * placed[k][0],
-                                           stars[k].y - cy - scale * placed[k][1]));
     return worst;
 }
 

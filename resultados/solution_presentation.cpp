@@ -148,13 +148,16 @@ void ShowCentre(Context& c, int32_t lados) {
 
 }  // namespace
 
-void Dist_PresentaSolucion(Context& c, int32_t indice, int32_t lados) {
-    if (c.mFinAnalisis || indice < 1 || static_cast<size_t>(indice) >= c.mSoluciones.size()) return;
+bool Dist_SolucionPasa(const Context& c, int32_t indice) {
+    if (c.mFinAnalisis || indice < 1 || static_cast<size_t>(indice) >= c.mSoluciones.size()) return false;
     // An unsafe solution passes when its stars stand where its plate puts them, within the three pixels
     // in which the extension looks for a star; a safe one has shown enough sides already (a blended
     // pair of stars may stand farther off).
-    if (!c.gSolucionSegura && c.mSoluciones[static_cast<size_t>(indice)].worstResidual > kResidualLimit)
-        return;
+    return c.gSolucionSegura || c.mSoluciones[static_cast<size_t>(indice)].worstResidual <= kResidualLimit;
+}
+
+void Dist_PresentaSolucion(Context& c, int32_t indice, int32_t lados) {
+    if (!Dist_SolucionPasa(c, indice)) return;
     ShowCentre(c, lados);
     EscribeIDsEstrellas(c, indice);
     DibujaBrujula(c);

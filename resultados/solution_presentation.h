@@ -17,6 +17,10 @@ constexpr double kResidualLimit = 3;
 // Degrees to "hhHmmMss.ssS" ("05h35m17.30s") and "+dd°mm'ss.s" ("+22°00'52.2").
 void GradosAcadenas(double ar, double de, std::string& textoAr, std::string& textoDe);
 
+// Whether solution `indice` of the distance road may be announced: a safe one, or one whose stars stand
+// within the residual limit of its plate, and no failure before.
+bool Dist_SolucionPasa(const Context& c, int32_t indice);
+
 // The distance road's presentation of solution `indice` with `lados` sides: raises gHaySolucion
 // unless the analysis has ended or, for a solution that is not safe, a star of it stands more than
 // three pixels from where its plate puts it, then the position labels, the result line, the summary's

@@ -14,6 +14,7 @@ struct ResultsState {
     double mAnguloSolucion = 0;
     bool gSolucionOK = false;                  // the last solution may calibrate and synchronise
     double gRAsolucion = 0, gDECsolucion = 0;  // J2000 centre of the last solution, degrees
+    double measuredScale = 0;                  // of the last solution's plate, arcsec per pixel
 
     // The search summary (lines end in CR LF), the caption in force and the developers' hook.
     std::string mResumen;

@@ -363,6 +363,37 @@ TEST(Presentation, ImageAngleOfASolvedPlate) {
     }
 }
 
+TEST(Presentation, TheFittedPlateTakesTheImagesOwnScale) {
+    // A 4000-pixel field whose true scale is 1 % off the parameters', mirrored or not: a plate at the
+    // parameters' scale would put the corners 20 pixels off.
+    for (const bool mirror : {false, true}) {
+        SCOPED_TRACE(mirror ? "mirrored" : "not mirrored");
+        TestProgram p;
+        const db::FieldGeometry g{210, -40, 2 * 1.01, 33, 4000, 3000, mirror};
+        p.c.gAnchoImagen = 4000;
+        p.c.gAltoImagen = 3000;
+        p.c.gFocalEnPixeles = FocalDesdeEscala(2);
+        std::vector<PlateStar> stars;
+        for (int k = 0; k < 12; ++k) {
+            PlateStar s;
+            s.x = 200 + 310 * k;
+            s.y = 150 + (k * 977) % 2700;
+            db::PixelToSky(g, s.x, s.y, s.ra, s.dec);
+            stars.push_back(s);
+        }
+        RotatePlate(p.c, stars);
+        for (const double x : {1.0, 2000.0, 4000.0})
+            for (const double y : {1.0, 1500.0, 3000.0}) {
+                double ra = 0, dec = 0, px = 0, py = 0;
+                db::PixelToSky(g, x, y, ra, dec);
+                CoordenadasCatalogoAimagen(p.c, ra, dec, px, py);
+                EXPECT_LT(std::hypot(px - x, py - y), 0.05) << x << ", " << y;
+            }
+        EXPECT_NEAR(PlateScaleAtCentre(p.c), 2.02, 0.0005);
+        EXPECT_FALSE(p.c.mFinAnalisis);
+    }
+}
+
 TEST(Presentation, ARotationFittedToAStripOfStarsKeepsTheAngle) {
     // Stars along a narrow strip, their pixels off by a few tenths: the nine coefficients of a plate
     // fitted to them may shear, the best rotation may not.

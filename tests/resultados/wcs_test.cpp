@@ -402,5 +402,33 @@ TEST_F(WcsSolved, AstropyReadsTheProgramsSolutionBack) {
     }
 }
 
+// A camera whose true scale is 1 % off the parameters': the WCS written carries the image's own
+// scale, so that astropy puts the corners where the rendering put them.
+TEST_F(WcsSolved, TheWcsCarriesTheMeasuredScale) {
+    scale = kScale * 1.01;
+    const std::string image = Render({150.3, -29.8, 0, 20, 0, 0, false});
+    const db::FieldGeometry truth = geometry;
+    scale = kScale;
+    Parameters(20, false, [](Context& c) {
+        c.gWCSAutomatico = 1;
+        c.gLadosParaWCS = 3;
+    });
+    const testing::CliOutcome o = Run(image, 149.8, -30.2);
+    ASSERT_EQ(o.status, 0) << o.out << o.err;
+    EXPECT_TRUE(o.Has("measured scale = 2.02")) << o.out;
+    const double w = truth.width, h = truth.height;
+    std::vector<std::array<double, 2>> checked = {{w / 2, h / 2}, {1, 1}, {w, 1}, {1, h}, {w, h}};
+    AstropyReading written = Astropy(image, checked);
+    ASSERT_EQ(written.sky.size(), checked.size());
+    for (size_t i = 0; i < checked.size(); ++i) {
+        double ra = 0, dec = 0;
+        db::PixelToSky(truth, checked[i][0], checked[i][1], ra, dec);
+        EXPECT_LT(
+            SeparationDegrees(written.sky[i][0], written.sky[i][1], ra, dec) * 3600 / truth.arcsecPerPixel,
+            1.0)
+            << "FITS pixel " << checked[i][0] << ", " << checked[i][1];
+    }
+}
+
 }  // namespace
 }  // namespace tornel
