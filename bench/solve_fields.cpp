@@ -10,6 +10,9 @@
 //   --blind     with either `fields` or `validation`: database 2 and no position at all, `tornel-cli
 //               8 field.fit`; rendered fields are 1.5 to 3 degrees across, and the real images those
 //               of 1.2 to 5 degrees.
+//   --sky FILE  with `fields`: renders the fields from another star list (a synthetic sky, or an empty
+//               one for frames of noise and hot pixels), so that any answer is wrong.
+//   --all       with `validation`: every image, whatever its field.
 //
 // A program folder made by `tornel-db default` gives the database; the runs happen in a copy of its
 // parameters in a work folder.
@@ -51,6 +54,8 @@ struct Settings {
     std::string mode;
     std::string home;       // program folder of `tornel-db default`
     std::string catalogue;  // the star catalogue it was built from
+    std::string sky;        // when set, fields are rendered from this list instead: no answer is right
+    bool all = false;       // validation: every image
     std::string work;       // where fields and the run's program folder go
     std::string validation = std::string(TORNEL_SOURCE_DIR) + "/../shared/validation";
     std::string tools = TORNEL_BINARY_DIR;
@@ -131,6 +136,7 @@ struct Answer {
     bool found = false;
     double ra = 0, dec = 0, angle = 0;
     int sides = 0;
+    std::string verification = "- -";  // "matched/tested expected odds" of the last candidate checked
 };
 
 Answer ParseAnswer(const std::string& out) {
@@ -161,6 +167,14 @@ Answer ParseAnswer(const std::string& out) {
             a.angle = std::stod(line.substr(p + 14));
         if (auto p = line.find(" with "); line.rfind("Solution : ", 0) == 0 && p != std::string::npos)
             a.sides = std::stoi(line.substr(p + 6));
+        int matched = 0, tested = 0;
+        double radius = 0, expected = 0;
+        char odds[16] = {};
+        if (std::sscanf(line.c_str(),
+                        "Verification: %d of %d catalogue stars within %lf px, %lf by chance; odds 10^%15s",
+                        &matched, &tested, &radius, &expected, odds) == 5)
+            a.verification = std::to_string(matched) + "/" + std::to_string(tested) + " " +
+                             FormatNumber(expected, "0.0") + " " + odds;
     }
     return a;
 }
@@ -240,7 +254,7 @@ Field RenderField(const Settings& s, int index, std::mt19937_64& rng) {
         ShortestText(f.g.angle) + " --width " + std::to_string(f.g.width) + " --height " +
         std::to_string(f.g.height) + (f.g.mirror ? " --mirror" : "") +
         " --jitter 0.2 --hot-pixels 30 --noise 10 --seed " + std::to_string(seed % 1000000007) + " --truth " +
-        Quote(f.fits + ".csv") + " --out " + Quote(f.fits) + " " + Quote(s.catalogue);
+        Quote(f.fits + ".csv") + " --out " + Quote(f.fits) + " " + Quote(s.sky.empty() ? s.catalogue : s.sky);
     if (Execute(cmd).status != 0 || !fs::exists(f.fits)) {
         std::cerr << "render failed: " << cmd << "\n";
         f.fits.clear();
@@ -314,7 +328,9 @@ int Fields(const Settings& s) {
         const Answer a = ParseAnswer(r.out);
         double ra = 0, dec = 0, px = -1, da = -1;
         TrueCentre(f.g, ra, dec);
-        if (r.status == 0 && a.found) {
+        if (r.status == 0 && !s.sky.empty()) {
+            ++wrong;  // a field of another sky has no right answer
+        } else if (r.status == 0 && a.found) {
             px = Distance(ra, dec, a.ra, a.dec) * 3600 / f.g.arcsecPerPixel;
             da = AngleApart(a.angle, ProgramAngle(f.g));
             pixelErrors.push_back(px);
@@ -457,18 +473,24 @@ bool ReadCd(const std::string& path, double cd[2][2]) {
 int Validation(const Settings& s) {
     const std::string home = PrepareHome(s);
     WarmDatabase(s);
-    std::cout << "image | fov | exit sides | centre_err_px angle_err_deg seconds\n";
+    std::cout << "image | fov | exit sides | centre_err_px angle_err_deg seconds | matched/tested by_chance "
+                 "log10_odds\n";
     for (const auto& row : ReadCsv(s.validation + "/truth.csv")) {
         const std::string file = row.at("file");
         const std::string format = row.at("format"), fov = row.at("fov_deg");
-        if (row.at("ra_center_deg").empty() || (row.at("bitpix") == "8" && format == "FITS")) continue;
-        const double w = std::stod(fov.substr(0, fov.find('x'))),
-                     h = std::stod(fov.substr(fov.find('x') + 1));
+        if (row.at("ra_center_deg").empty() && !s.all) continue;
+        const double w = fov.empty() ? 10 : std::stod(fov.substr(0, fov.find('x'))),
+                     h = fov.empty() ? 10 : std::stod(fov.substr(fov.find('x') + 1));
         // Database 1 solves small fields; database 2 fields of a degree or more, their central 3 degrees.
-        if (s.blind ? std::max(w, h) < 1.2 || std::max(w, h) > 5 : std::max(w, h) > 1.6) continue;
-        const double ra = std::stod(row.at("ra_center_deg")), dec = std::stod(row.at("dec_center_deg"));
-        const double scale = std::stod(row.at("scale_arcsec_px"));
-        const double north = std::stod(row.at("north_angle_display_deg"));
+        if (!s.all && (s.blind ? std::max(w, h) < 1.2 || std::max(w, h) > 5 : std::max(w, h) > 1.6)) continue;
+        // An image with no stars has no truth: any answer is wrong. Its scale is its neighbours'.
+        const bool empty = row.at("ra_center_deg").empty();
+        auto number = [&](const char* column, double otherwise) {
+            return row.at(column).empty() ? otherwise : std::stod(row.at(column));
+        };
+        const double ra = number("ra_center_deg", 0), dec = number("dec_center_deg", 0);
+        const double scale = number("scale_arcsec_px", 72);
+        const double north = number("north_angle_display_deg", 0);
         const bool mirrored = row.at("mirrored_display") == "1";
         // With the rows reversed a mirrored view is read as a plain one, its north turned to 180 - a.
         const double angle = mirrored ? std::fmod(540 - north, 360) : north;
@@ -479,7 +501,9 @@ int Validation(const Settings& s) {
         const Run r = Execute(CliCommand(s, home, s.validation + "/" + file, givenRa, givenDec));
         const Answer a = ParseAnswer(r.out);
         double px = -1, da = -1;
-        if (r.status == 0 && a.found) {
+        if (empty) {
+            px = r.status == 0 ? 1e9 : -1;
+        } else if (r.status == 0 && a.found) {
             // The truth is given at pixel ((W+1)/2, (H+1)/2) of the solver's frame (rows from the top
             // for pictures); the program's centre is (W/2, H/2) of its own frame.
             const int width = std::stoi(row.at("width")), height = std::stoi(row.at("height"));
@@ -498,7 +522,7 @@ int Validation(const Settings& s) {
         }
         std::cout << file << " | " << fov << " | " << r.status << " " << a.sides << " | "
                   << FormatNumber(px, "0.00") << " " << FormatNumber(da, "0.000") << " "
-                  << FormatNumber(r.seconds, "0.000") << std::endl;
+                  << FormatNumber(r.seconds, "0.000") << " | " << a.verification << std::endl;
     }
     return 0;
 }
@@ -524,6 +548,10 @@ int Main(int argc, char** argv) {
             s.inclination = std::stoi(value());
         else if (args[k] == "--blind")
             s.blind = true;
+        else if (args[k] == "--sky")
+            s.sky = value();
+        else if (args[k] == "--all")
+            s.all = true;
         else if (args[k] == "--validation")
             s.validation = value();
         else if (s.mode.empty())
@@ -536,7 +564,7 @@ int Main(int argc, char** argv) {
         std::cerr
             << "usage: tornel-solve-fields fields|zones|validation --home PROGRAM_FOLDER [--catalogue FILE]\n"
                "       [--work DIR] [--fields N] [--seed S] [--mirror-every N] [--inclination DEG] "
-               "[--validation DIR] [--blind]\n";
+               "[--validation DIR] [--blind] [--sky FILE] [--all]\n";
         return 2;
     }
     if (s.home.back() != '/') s.home += '/';

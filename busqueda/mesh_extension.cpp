@@ -8,6 +8,7 @@
 #include "astrometria/pair_geometry.h"
 #include "astrometria/plate_model.h"
 #include "busqueda/screen_geometry.h"
+#include "catalogo/field_stars.h"
 #include "catalogo/regions.h"
 #include "catalogo/star_catalogue.h"
 #include "comun/errors.h"
@@ -42,25 +43,6 @@ std::vector<Window> WindowsOfUnidentified(Context& c, const Solucion& sol) {
         windows.push_back(w);
     }
     return windows;
-}
-
-// Calls `visit` for each star record of est.bin from record `first` while its Id is at most `lastId`.
-template <class Visit>
-void ScanRegion(const Context& c, int32_t first, int64_t lastId, Visit&& visit) {
-    constexpr size_t kChunk = 256;
-    std::array<unsigned char, kChunk * kLongitudRegEstrella> buffer{};
-    int64_t offset = static_cast<int64_t>(first - 1) * kLongitudRegEstrella;
-    while (true) {
-        const size_t got = c.gCanalEstrellas->ReadAt(offset, buffer.data(), buffer.size());
-        const size_t records = got / kLongitudRegEstrella;
-        if (records == 0) return;
-        for (size_t k = 0; k < records; ++k) {
-            const RegEstrella s = DecodeRegEstrella(&buffer[k * kLongitudRegEstrella]);
-            if (s.Id > lastId) return;
-            visit(s);
-        }
-        offset += static_cast<int64_t>(records) * kLongitudRegEstrella;
-    }
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include "astrometria/sky_maths.h"
 #include "astrometria/sky_vectors.h"
 #include "busqueda/mesh_extension.h"
+#include "busqueda/verification.h"
 #include "catalogo/star_catalogue.h"
 #include "comun/clock.h"
 #include "comun/errors.h"
@@ -158,12 +159,8 @@ void IdentifiedStars(Context& c, const Solucion& sol) {
     }
 }
 
-// The winner's plate fitted to all its identified stars rather than to three of them: the centre
-// and the angle then carry the average of their errors, not the errors of the base alone. A fit of
-// all nine coefficients measures how far the stars stand from their places (a star of the polygon
-// tied to the wrong catalogue star stands far off); the plate kept is the best rotation, which a
-// narrow spread of stars cannot shear.
-void RefineWinner(Context& c, Solucion& w) {
+// The stars a solution identified: its polygon's, then the extension's.
+std::vector<PlateStar> WinnerStars(const Solucion& w) {
     std::vector<PlateStar> stars;
     for (int32_t e = 1; e <= w.NumEnPoligono; ++e) {
         const EstrellaSolucion& s = w.EstrellasSolucion[static_cast<size_t>(e)];
@@ -171,6 +168,25 @@ void RefineWinner(Context& c, Solucion& w) {
     }
     for (const EstrellaSolucion& s : w.Extendidas)
         stars.push_back({s.X, s.Y, s.Ar, s.De});
+    return stars;
+}
+
+// The winner checked against the rest of its field; the three stars of its base fixed the plate and
+// prove nothing.
+Verification VerifyWinner(Context& c, const Solucion& w) {
+    const std::array<int32_t, 3> base = {w.EstrellasSolucion[static_cast<size_t>(w.Base1)].Id,
+                                         w.EstrellasSolucion[static_cast<size_t>(w.Base2)].Id,
+                                         w.EstrellasSolucion[static_cast<size_t>(w.Base3)].Id};
+    return VerifyPlate(c, WinnerStars(w), base);
+}
+
+// The winner's plate fitted to all its identified stars rather than to three of them: the centre
+// and the angle then carry the average of their errors, not the errors of the base alone. A fit of
+// all nine coefficients measures how far the stars stand from their places (a star of the polygon
+// tied to the wrong catalogue star stands far off); the plate kept is the best rotation, which a
+// narrow spread of stars cannot shear.
+void RefineWinner(Context& c, Solucion& w) {
+    const std::vector<PlateStar> stars = WinnerStars(w);
     if (stars.size() <= 3) return;
     c.Cij = w.plate;
     RefinePlate(c, stars);
@@ -366,11 +382,17 @@ void AnalisisFinal(Context& c) {
         if (!PublishImageAngle(c)) c.mFinAnalisis = true;
         // Decided before anything is written: a client polling the status files never reads a
         // position that the analysis then withdraws.
-        if (Dist_SolucionPasa(c, c.mIndiceSolucion)) {
+        bool passes = Dist_SolucionPasa(c, c.mIndiceSolucion);
+        if (passes) {
+            c.lastVerification = VerifyWinner(c, w);
+            ReportVerification(c, c.lastVerification);
+            passes = c.lastVerification.accepted && !c.mFinAnalisis;
+        }
+        if (passes) {
             GrabaTornelPos(c, 1, c.gLadosSolucion);
             GrabaTornelSta(c, kEstadoSolucion, c.gLadosSolucion);
+            Dist_PresentaSolucion(c, c.mIndiceSolucion, c.gLadosSolucion);
         }
-        Dist_PresentaSolucion(c, c.mIndiceSolucion, c.gLadosSolucion);
         c.gSolucionOK = c.gHaySolucion;
         if (!c.gHaySolucion) {
             const std::string r = FormatNumber(c.gARJ2000, "0.000"), d = FormatNumber(c.gDEJ2000, "0.000");

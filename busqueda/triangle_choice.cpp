@@ -8,6 +8,7 @@
 #include "astrometria/plate_model.h"
 #include "busqueda/solution_choice.h"
 #include "busqueda/triangle_search.h"
+#include "busqueda/verification.h"
 #include "catalogo/star_catalogue.h"
 #include "comun/errors.h"
 #include "comun/numbers.h"
@@ -79,15 +80,23 @@ double FitToAllStars(Context& c, const SolucionTriangulo& s) {
     return worst;
 }
 
-// Whether a solution holds its stars where one plate puts them, within three pixels: a catalogue star
-// met by chance within the search tolerance stands farther off. A safe solution has shown enough
-// sides already (a blended pair of stars may stand farther off).
-bool StandsOnItsStars(Context& c, const SolucionTriangulo& s) {
-    if (s.LadosTotales >= kLeastSidesSafe) return true;
+// Whether a solution may be announced: it holds its stars where one plate puts them, within three
+// pixels (a catalogue star met by chance within the search tolerance stands farther off; a safe solution
+// has shown enough sides already, and a blended pair of stars may stand farther off), and the rest of
+// the field confirms that plate. Cij is left as it was.
+bool Acceptable(Context& c, const SolucionTriangulo& s, Verification& verification) {
     const PlateMatrix kept = c.Cij;
     const double worst = FitToAllStars(c, s);
+    bool ok = !c.mFinAnalisis && (s.LadosTotales >= kLeastSidesSafe || worst <= kResidualLimit);
+    if (ok) {
+        std::vector<int32_t> formedBy;
+        for (int32_t k : s.TrianguloBase)
+            if (k >= 1 && k <= 10) formedBy.push_back(Estrella(s, k));
+        verification = VerifyPlate(c, IdentifiedStars(c, s), formedBy);
+        ok = verification.accepted;
+    }
     c.Cij = kept;
-    return !c.mFinAnalisis && worst <= kResidualLimit;
+    return ok && !c.mFinAnalisis;
 }
 
 }  // namespace
@@ -99,17 +108,26 @@ void Tri_AnalisisFinal(Context& c) {
             ReportNoPolygon(c);
             return;
         }
-        // The solution with the most sides, the first of equals, among those that stand on their stars.
-        int32_t best = 0;
-        for (int32_t s = 1; s <= c.mNumSoluciones; ++s) {
-            const SolucionTriangulo& candidate = c.mSolucionesTriangulo.at(static_cast<size_t>(s));
-            if (best != 0 &&
-                candidate.LadosTotales <= c.mSolucionesTriangulo[static_cast<size_t>(best)].LadosTotales)
-                continue;
-            if (StandsOnItsStars(c, candidate)) best = s;
+        // The solution with the most sides, the first of equals, among those that may be announced.
+        std::vector<int32_t> order;
+        for (int32_t s = 1; s <= c.mNumSoluciones; ++s)
+            order.push_back(s);
+        std::stable_sort(order.begin(), order.end(), [&](int32_t a, int32_t b) {
+            return c.mSolucionesTriangulo.at(static_cast<size_t>(a)).LadosTotales >
+                   c.mSolucionesTriangulo.at(static_cast<size_t>(b)).LadosTotales;
+        });
+        int32_t best = 0, refused = 0;
+        Verification verification;
+        for (int32_t s : order) {
+            if (Acceptable(c, c.mSolucionesTriangulo.at(static_cast<size_t>(s)), verification)) {
+                best = s;
+                break;
+            }
             if (c.mFinAnalisis) return;
+            ++refused;
         }
         if (best == 0) {
+            if (refused > 0) ReportRefused(c, refused);
             ReportNoPolygon(c);
             return;
         }
@@ -132,6 +150,8 @@ void Tri_AnalisisFinal(Context& c) {
                                       std::to_string(n.further) + ")";
             ParaResumen(c, "Lados= " + sides, "Côtés= " + sides, "Sides= " + sides);
             ListIdentified(c, w);
+            ReportVerification(c, verification);
+            c.lastVerification = verification;
             GrabaTornelPos(c, 1, c.gLadosSolucion);
             GrabaTornelSta(c, kEstadoSolucion, c.gLadosSolucion);
         } else {

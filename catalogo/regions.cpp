@@ -38,13 +38,16 @@ class RegionReader {
     std::ifstream in_;
 };
 
-struct SkyView {
-    double arMin = 0, arMax = 0, deMin = 0, deMax = 0;
-    bool wrap = false;
-};
+void AppendRegion(std::vector<int32_t>& regiones, int32_t region) {
+    regiones.push_back(ToLong(region * 100000.0));
+}
 
-// The view of the image on the sky from its corners and the middles of its edges; false when a
-// conversion failed.
+std::string WaitText(Context& c) {
+    return Pick(c, "Espere...", "Attendez...", "Wait...");
+}
+
+}  // namespace
+
 bool ViewOfImage(Context& c, SkyView& v) {
     const double w = c.gAnchoImagen, h = c.gAltoImagen;
     const double points[8][2] = {{1, 1},     {w, 1},     {1, h},     {w, h},
@@ -75,16 +78,6 @@ bool ViewOfImage(Context& c, SkyView& v) {
     }
     return true;
 }
-
-void AppendRegion(std::vector<int32_t>& regiones, int32_t region) {
-    regiones.push_back(ToLong(region * 100000.0));
-}
-
-std::string WaitText(Context& c) {
-    return Pick(c, "Espere...", "Attendez...", "Wait...");
-}
-
-}  // namespace
 
 double MinimoDe(std::initializer_list<double> values) {
     double m = kSentinel;

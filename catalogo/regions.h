@@ -10,6 +10,18 @@
 
 namespace tornel {
 
+// The view of an image on the sky: a box of right ascension and declination, degrees. When `wrap`, the
+// view straddles right ascension 0 and holds the right ascensions at or below arMin and at or above
+// arMax.
+struct SkyView {
+    double arMin = 0, arMax = 0, deMin = 0, deMax = 0;
+    bool wrap = false;
+};
+
+// The view of the image through Cij, from its corners and the middles of its edges; every right
+// ascension when a pole is near. False when a conversion failed.
+bool ViewOfImage(Context& c, SkyView& v);
+
 // Least and greatest of the values, from a sentinel far beyond any angle.
 double MinimoDe(std::initializer_list<double> values);
 double MaximoDe(std::initializer_list<double> values);

@@ -5,6 +5,17 @@
 
 namespace tornel {
 
+// How the rest of the field confirmed a candidate's plate.
+struct Verification {
+    int32_t matched = 0;     // catalogue stars with an image star within `radius`
+    int32_t tested = 0;      // catalogue stars inside the analysed part of the image
+    double expected = 0;     // matches that chance alone would give, on average
+    double log10Odds = 0;    // -log10 of the chance of `matched` or more
+    double radius = 0;       // pixels
+    int32_t imageStars = 0;  // image stars that took part
+    bool accepted = false;
+};
+
 struct ResultsState {
     // The solution of the last analysis.
     bool gHaySolucion = false;
@@ -15,6 +26,7 @@ struct ResultsState {
     bool gSolucionOK = false;                  // the last solution may calibrate and synchronise
     double gRAsolucion = 0, gDECsolucion = 0;  // J2000 centre of the last solution, degrees
     double measuredScale = 0;                  // of the last solution's plate, arcsec per pixel
+    Verification lastVerification;             // of the last solution announced
 
     // The search summary (lines end in CR LF), the caption in force and the developers' hook.
     std::string mResumen;

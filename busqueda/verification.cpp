@@ -1,0 +1,218 @@
+#include "busqueda/verification.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+#include <numbers>
+#include <string>
+#include <unordered_map>
+
+#include "astrometria/sky_vectors.h"
+#include "catalogo/field_stars.h"
+#include "comun/errors.h"
+#include "comun/numbers.h"
+#include "resultados/resumen.h"
+
+namespace tornel {
+
+namespace {
+
+struct Box {
+    double x1 = 0, y1 = 0, x2 = 0, y2 = 0;
+    bool Holds(double x, double y) const { return x >= x1 && x <= x2 && y >= y1 && y <= y2; }
+    double Area() const { return (x2 - x1) * (y2 - y1); }
+};
+
+// The analysed rectangle in square pixels; the whole image when none was fixed.
+Box AnalysedBox(const Context& c) {
+    Box whole{0, 0, c.gAnchoImagen, c.gAltoImagen};
+    if (c.gXMax <= c.gXMin || c.gYMax <= c.gYMin || c.gRelacionPixel <= 0) return whole;
+    Box b{c.gXMin - 1.0, (c.gYMin - 1.0) / c.gRelacionPixel, static_cast<double>(c.gXMax),
+          c.gYMax / c.gRelacionPixel};
+    b.x1 = std::max(b.x1, 0.0), b.y1 = std::max(b.y1, 0.0);
+    b.x2 = std::min(b.x2, whole.x2), b.y2 = std::min(b.y2, whole.y2);
+    return b.Area() > 0 ? b : whole;
+}
+
+using Matrix3 = std::array<std::array<double, 3>, 3>;
+
+// The sky-to-image side of Cij: S = u1 row1 + u2 row2 + u3 row3, so u = M^-1 S with the rows of Cij as
+// the columns of M.
+Matrix3 SkyToImage(const PlateMatrix& p) {
+    Matrix3 m{};
+    for (int i = 0; i < 3; ++i)
+        for (int j = 0; j < 3; ++j)
+            m[i][j] = p[j + 1][i + 1];
+    Matrix3 inv{};
+    const double det = m[0][0] * (m[1][1] * m[2][2] - m[1][2] * m[2][1]) -
+                       m[0][1] * (m[1][0] * m[2][2] - m[1][2] * m[2][0]) +
+                       m[0][2] * (m[1][0] * m[2][1] - m[1][1] * m[2][0]);
+    for (int i = 0; i < 3; ++i)
+        for (int j = 0; j < 3; ++j) {
+            const int r1 = (j + 1) % 3, r2 = (j + 2) % 3, c1 = (i + 1) % 3, c2 = (i + 2) % 3;
+            inv[i][j] = (m[r1][c1] * m[r2][c2] - m[r1][c2] * m[r2][c1]) / det;
+        }
+    return inv;
+}
+
+// Image stars hashed into square cells of the radius, so that a star's neighbours are in nine cells.
+class StarGrid {
+  public:
+    StarGrid(const std::vector<std::array<double, 2>>& stars, double cell) : stars_(stars), cell_(cell) {
+        for (size_t k = 0; k < stars.size(); ++k)
+            cells_[Key(stars[k][0], stars[k][1])].push_back(k);
+    }
+    template <class Visit>
+    void Near(double x, double y, Visit&& visit) const {
+        const auto cx = static_cast<int64_t>(std::floor(x / cell_)),
+                   cy = static_cast<int64_t>(std::floor(y / cell_));
+        for (int64_t i = cx - 1; i <= cx + 1; ++i)
+            for (int64_t j = cy - 1; j <= cy + 1; ++j) {
+                const auto found = cells_.find(Pack(i, j));
+                if (found == cells_.end()) continue;
+                for (size_t k : found->second)
+                    visit(k, std::hypot(stars_[k][0] - x, stars_[k][1] - y));
+            }
+    }
+
+  private:
+    static int64_t Pack(int64_t i, int64_t j) { return (i << 32) ^ (j & 0xFFFFFFFF); }
+    int64_t Key(double x, double y) const {
+        return Pack(static_cast<int64_t>(std::floor(x / cell_)), static_cast<int64_t>(std::floor(y / cell_)));
+    }
+    const std::vector<std::array<double, 2>>& stars_;
+    double cell_;
+    std::unordered_map<int64_t, std::vector<size_t>> cells_;
+};
+
+double RmsResidual(Context& c, const std::vector<PlateStar>& identified) {
+    double sum = 0;
+    int32_t n = 0;
+    for (const PlateStar& s : identified) {
+        double x = 0, y = 0;
+        CoordenadasCatalogoAimagen(c, s.ra, s.dec, x, y);
+        if (c.mFinAnalisis) return 0;
+        sum += (x - s.x) * (x - s.x) + (y - s.y) * (y - s.y);
+        ++n;
+    }
+    return n > 0 ? std::sqrt(sum / n) : 0;
+}
+
+struct Pair {
+    double distance;
+    size_t catalogue, image;
+};
+
+// Matches one to one, the closest pairs first.
+int32_t MatchOneToOne(std::vector<Pair>& pairs, size_t catalogueCount, size_t imageCount) {
+    std::sort(pairs.begin(), pairs.end(),
+              [](const Pair& a, const Pair& b) { return a.distance < b.distance; });
+    std::vector<char> catalogueUsed(catalogueCount, 0), imageUsed(imageCount, 0);
+    int32_t matched = 0;
+    for (const Pair& p : pairs) {
+        if (catalogueUsed[p.catalogue] || imageUsed[p.image]) continue;
+        catalogueUsed[p.catalogue] = imageUsed[p.image] = 1;
+        ++matched;
+    }
+    return matched;
+}
+
+}  // namespace
+
+double RequiredLog10Odds(const Context& c) {
+    return c.gBaseDatos == 1 && c.gZonaCielo == 1 ? kLog10OddsAroundPosition : kLog10OddsWholeSky;
+}
+
+double Log10BinomialTail(int32_t n, int32_t k, double p) {
+    if (k <= 0) return 0;
+    if (k > n || p <= 0) return std::numeric_limits<double>::infinity();
+    if (p >= 1) return 0;
+    const double lp = std::log(p), lq = std::log1p(-p), ln = std::lgamma(n + 1.0);
+    // log-sum-exp of the terms from k to n, led by the largest.
+    std::vector<double> terms;
+    terms.reserve(static_cast<size_t>(n - k + 1));
+    for (int32_t i = k; i <= n; ++i)
+        terms.push_back(ln - std::lgamma(i + 1.0) - std::lgamma(n - i + 1.0) + i * lp + (n - i) * lq);
+    const double top = *std::max_element(terms.begin(), terms.end());
+    double sum = 0;
+    for (double t : terms)
+        sum += std::exp(t - top);
+    return std::max(0.0, -(top + std::log(sum)) / std::numbers::ln10);
+}
+
+Verification VerifyPlate(Context& c, const std::vector<PlateStar>& identified,
+                         std::span<const int32_t> formedBy) {
+    Verification v;
+    if (c.mFinAnalisis) return v;
+    const PlateMatrix kept = c.Cij;
+    WithTrap(c, "VerifyPlate", [&] {
+        v.radius = std::clamp(3 * RmsResidual(c, identified), 1.0, 5.0);
+        const std::vector<CatalogueStar> field = CatalogueStarsInView(c);
+        if (c.mFinAnalisis) return;
+        const Box box = AnalysedBox(c);
+        std::vector<std::array<double, 2>> image;
+        const auto available =
+            std::min<size_t>(static_cast<size_t>(std::max(c.mNumCandidatas, 0)),
+                             c.mEstrellasCuadradas.empty() ? 0 : c.mEstrellasCuadradas.size() - 1);
+        for (size_t k = 1; k <= available && image.size() < kVerificationImageStars; ++k) {
+            const EstrellaImagen& e = c.mEstrellasCuadradas[k];
+            if (box.Holds(e.x, e.y)) image.push_back({e.x, e.y});
+        }
+        v.imageStars = static_cast<int32_t>(image.size());
+        FpCheck fp;
+        const Matrix3 toImage = SkyToImage(c.Cij);
+        const StarGrid grid(image, v.radius);
+        std::vector<Pair> pairs;
+        size_t tested = 0;
+        for (const CatalogueStar& star : field) {
+            if (std::find(formedBy.begin(), formedBy.end(), star.id) != formedBy.end()) continue;
+            const Vector3 s = SkyVector(c, star.ra, star.dec);
+            const double u = toImage[0][0] * s.x + toImage[0][1] * s.y + toImage[0][2] * s.z;
+            const double w = toImage[1][0] * s.x + toImage[1][1] * s.y + toImage[1][2] * s.z;
+            const double z = toImage[2][0] * s.x + toImage[2][1] * s.y + toImage[2][2] * s.z;
+            if (z <= 0) continue;  // behind the camera
+            const double x = c.gAnchoImagen / 2 + c.gFocalEnPixeles * u / z;
+            const double y = c.gAltoImagen / 2 + c.gFocalEnPixeles * w / z;
+            if (!box.Holds(x, y)) continue;
+            grid.Near(x, y, [&](size_t k, double d) {
+                if (d <= v.radius) pairs.push_back({d, tested, k});
+            });
+            ++tested;
+        }
+        fp.Check();
+        v.tested = static_cast<int32_t>(tested);
+        v.matched = MatchOneToOne(pairs, tested, image.size());
+        // The share of the rectangle within the radius of some image star: the chance that a catalogue
+        // star falls on one with no relation to it.
+        const double density = image.size() / box.Area();
+        const double p = -std::expm1(-density * std::numbers::pi * v.radius * v.radius);
+        v.expected = p * v.tested;
+        v.log10Odds = Log10BinomialTail(v.tested, v.matched, p);
+        v.accepted = v.matched >= 3 && v.log10Odds >= RequiredLog10Odds(c);
+    });
+    c.Cij = kept;
+    return v;
+}
+
+void ReportRefused(Context& c, int32_t refused) {
+    const std::string n = std::to_string(refused);
+    ParaResumen(c, n + " candidatos rechazados por la verificación.",
+                n + " candidats refusés par la vérification.",
+                n + " candidates refused by the verification.");
+}
+
+void ReportVerification(Context& c, const Verification& v) {
+    const std::string m = std::to_string(v.matched), t = std::to_string(v.tested),
+                      e = FormatNumber(v.expected, "0.0"), r = FormatNumber(v.radius, "0.0"),
+                      o = std::isinf(v.log10Odds) ? std::string("inf") : FormatNumber(v.log10Odds, "0.0");
+    ParaResumen(c,
+                "Verificación: " + m + " de " + t + " estrellas del catálogo a " + r + " px, " + e +
+                    " por azar; probabilidades 10^" + o + " contra 1",
+                "Vérification: " + m + " sur " + t + " étoiles du catalogue à " + r + " px, " + e +
+                    " par hasard; chances 10^" + o + " contre 1",
+                "Verification: " + m + " of " + t + " catalogue stars within " + r + " px, " + e +
+                    " by chance; odds 10^" + o + " to 1");
+}
+
+}  // namespace tornel

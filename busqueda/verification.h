@@ -1,0 +1,44 @@
+#pragma once
+// The check that every candidate answer passes before it is announced, written or sent to a telescope:
+// the catalogue stars of the field, projected through the candidate's plate, must fall on stars of the
+// image far more often than chance allows. A search finds a pattern by trying very many; a wrong one
+// still fits the few stars that formed it, but not the rest of the sky.
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "astrometria/plate_model.h"
+#include "comun/context.h"
+
+namespace tornel {
+
+// Odds against chance that a solution must reach: 10^9 to 1, as blind solvers publish, when the search
+// spanned the whole sky; 10^6 to 1 for a search in a window around a position, which tries some
+// thousand times fewer places and so meets a thousand times fewer chances of a false match.
+inline constexpr double kLog10OddsWholeSky = 9;
+inline constexpr double kLog10OddsAroundPosition = 6;
+// The image stars that take part, the brightest first: enough for any field the catalogue can
+// confirm, few enough that faint noise does not crowd the image.
+inline constexpr int32_t kVerificationImageStars = 300;
+
+// Verifies the plate in Cij: the catalogue stars in its view (less those of `formedBy`, the stars that
+// fixed the plate and prove nothing), projected into the analysed rectangle, are matched one to one
+// with the image's stars (mEstrellasCuadradas) within a radius of three times the RMS residual of
+// `identified` (between 1 and 5 pixels). The chance of each match is the share of the rectangle that
+// lies within the radius of an image star; the odds are those of the binomial tail. Leaves Cij as it
+// was. Not accepted after an error, which the trap reports.
+Verification VerifyPlate(Context& c, const std::vector<PlateStar>& identified,
+                         std::span<const int32_t> formedBy);
+
+// The odds (log10) that the search in force requires.
+double RequiredLog10Odds(const Context& c);
+
+// -log10 of the chance of k or more successes in n trials of chance p each.
+double Log10BinomialTail(int32_t n, int32_t k, double p);
+
+// The summary line of a verification: stars matched, expected by chance, odds.
+void ReportVerification(Context& c, const Verification& v);
+// The summary line of the candidates that the verification or the residual test refused.
+void ReportRefused(Context& c, int32_t refused);
+
+}  // namespace tornel
