@@ -8,6 +8,7 @@
 #include <numbers>
 #include <random>
 #include <string>
+#include <tuple>
 
 #include "core/analisis.h"
 #include "core/startup.h"
@@ -99,6 +100,38 @@ TEST_F(Solve, FieldWithNoStarOfTheCatalogueEndsWithoutPolygons) {
     EXPECT_TRUE(o.Has("Polygons = 0\n")) << o.out;
     EXPECT_TRUE(o.Has("Position not found.\n"));
     EXPECT_EQ(o.err.find("Image centre"), std::string::npos);
+}
+
+// Fields of another sky, as dense as the catalogue's, searched around their place: the search meets
+// candidates that the rest of the field does not confirm. None is announced, and no status file ever
+// shows one, even for the moment between the choice and the refusal.
+TEST_F(Solve, CandidatesOfAnotherSkyAreRefusedBeforeAnyStatusShowsThem) {
+    const std::vector<db::CatalogStar> other = testing::GeneratedSky(99);
+    int refused = 0;
+    for (const auto& [ra, dec, angle] : {std::tuple{150.2, -30.1, 10.0}, std::tuple{0.3, 10.2, 80.0},
+                                         std::tuple{149.7, -29.6, 200.0}, std::tuple{359.8, 9.7, 300.0}}) {
+        db::FieldGeometry g{ra, dec, scale, angle, 1024, 900, false};
+        std::vector<db::FieldStar> stars = db::ProjectField(other, g, {});
+        const std::string image = Render(g, &stars);
+        Parameters(angle, false);
+        testing::RecordingPlatform platform;
+        Context c(platform);
+        c.gCarpetaPrograma = home.Path();
+        Form_Load(c, "8 " + image + " " + ShortestText(ra) + " " + ShortestText(dec));
+        c.timers.TimerAnalizaYsale.Enabled = false;
+        std::vector<std::string> seen;
+        platform.onDoEvents = [&] { seen.push_back(home.Read("messages/tornel.sta")); };
+        AnalizaImagen(c);
+        DespuesDeAnalizaImagen(c);
+        EXPECT_FALSE(c.gHaySolucion) << ra << " " << dec;
+        for (const std::string& sta : seen)
+            EXPECT_EQ(sta.find("status=01"), std::string::npos) << sta;
+        if (platform.SummaryHas("Position not found: RA= " + FormatNumber(c.gARJ2000, "0.000") +
+                                " DEC= " + FormatNumber(c.gDEJ2000, "0.000")))
+            ++refused;
+        Form_Unload(c);
+    }
+    EXPECT_GT(refused, 0);
 }
 
 // Database 2 on the same sky: fields of two degrees found with no position at all.
