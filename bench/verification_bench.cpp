@@ -1,0 +1,81 @@
+// The cost of verifying one candidate against the whole field, on the default database of
+// $TORNEL_HOME (made by `tornel-db default`): fields of 0.5 to 5 degrees at random places, 300 image
+// stars. Run with --benchmark_repetitions=5 and quote the medians.
+#include <benchmark/benchmark.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "busqueda/verification.h"
+#include "catalogo/database_choice.h"
+#include "comun/quiet_platform.h"
+
+namespace tornel {
+namespace {
+
+constexpr double kRad = 3.14159265358979323846 / 180;
+
+// A plate looking at (ra, dec) with the image's x east and y north, 1000 x 1000 pixels `side`
+// degrees across.
+void Point(Context& c, double ra, double dec, double side) {
+    const double a = ra * kRad, d = dec * kRad;
+    const double rows[3][3] = {{-std::sin(a), std::cos(a), 0},
+                               {-std::sin(d) * std::cos(a), -std::sin(d) * std::sin(a), std::cos(d)},
+                               {std::cos(d) * std::cos(a), std::cos(d) * std::sin(a), std::sin(d)}};
+    for (size_t i = 1; i <= 3; ++i)
+        for (size_t j = 1; j <= 3; ++j)
+            c.Cij[i][j] = rows[i - 1][j - 1];
+    c.gAnchoImagen = c.gAltoImagen = 1000;
+    c.gPixelesX = c.gPixelesY = 1000;
+    c.gRelacionPixel = 1;
+    c.gGradosPorPixel = side / 1000;
+    c.gFocalEnPixeles = static_cast<int32_t>(std::lround(1 / (c.gGradosPorPixel * kRad)));
+}
+
+void BM_VerifyPlate(benchmark::State& state) {
+    const char* home = std::getenv("TORNEL_HOME");
+    if (home == nullptr) {
+        state.SkipWithError("TORNEL_HOME names no program folder with a default database");
+        return;
+    }
+    QuietPlatform platform;
+    Context c(platform);
+    c.gCarpetaEstrellas = c.gCarpetaDistancias = std::string(home) + "/database/";
+    CompruebaFicherosBDs(c);
+    const auto base = static_cast<int>(state.range(1));
+    if (!CambioBaseDatos(c, 0, base)) {
+        state.SkipWithError("the default database cannot be opened");
+        return;
+    }
+    c.gBaseDatos = base;
+    c.gZonaCielo = base == 1 ? 1 : 3;
+    std::mt19937_64 rng(1);
+    std::uniform_real_distribution<double> u(0, 1);
+    c.mEstrellasCuadradas.assign(1, {});
+    for (int k = 0; k < kVerificationImageStars; ++k)
+        c.mEstrellasCuadradas.push_back({1000 * u(rng), 1000 * u(rng), 100.0 - k * 0.1});
+    c.mNumCandidatas = kVerificationImageStars;
+    const double side = static_cast<double>(state.range(0)) / 10;
+    int64_t tested = 0;
+    for (auto _ : state) {
+        state.PauseTiming();
+        Point(c, 360 * u(rng), std::asin(1.6 * u(rng) - 0.8) / kRad, side);
+        c.mFinAnalisis = false;
+        state.ResumeTiming();
+        const Verification v = VerifyPlate(c, {}, {});
+        tested += v.tested;
+        benchmark::DoNotOptimize(v.log10Odds);
+    }
+    state.counters["catalogue_stars"] =
+        benchmark::Counter(static_cast<double>(tested), benchmark::Counter::kAvgIterations);
+}
+// Field width in tenths of a degree, database.
+BENCHMARK(BM_VerifyPlate)->Args({5, 1})->Args({20, 1})->Args({20, 2})->Args({50, 2})->Unit(benchmark::kMillisecond);
+
+}  // namespace
+}  // namespace tornel
+
+BENCHMARK_MAIN();
