@@ -13,12 +13,19 @@
 //   --sky FILE  with `fields`: renders the fields from another star list (a synthetic sky, or an empty
 //               one for frames of noise and hot pixels), so that any answer is wrong.
 //   --all       with `validation`: every image, whatever its field.
+//   --render "OPTIONS"  more options of `tornel-db render` for the fields (a later option wins):
+//               `--sky empty.csv --render "--hot-pixels 300 --gradient 3000"` gives frames of noise.
+//   wcs         fields of 1000, 2000 and 4000 pixels whose true scale is 0, 0.5 and 1 % off the
+//               parameters', solved around their place with the WCS written; astropy reads the WCS
+//               back on a 5 x 5 grid of pixels reaching the corners, against the rendered sky.
+//   --tools DIR a build folder whose tornel-cli and tornel-db run instead of this build's.
 //
 // A program folder made by `tornel-db default` gives the database; the runs happen in a copy of its
 // parameters in a work folder.
 #include <sys/wait.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
@@ -56,6 +63,7 @@ struct Settings {
     std::string catalogue;  // the star catalogue it was built from
     std::string sky;        // when set, fields are rendered from this list instead: no answer is right
     bool all = false;       // validation: every image
+    std::string render;     // more options of `tornel-db render` for the fields
     std::string work;       // where fields and the run's program folder go
     std::string validation = std::string(TORNEL_SOURCE_DIR) + "/../shared/validation";
     std::string tools = TORNEL_BINARY_DIR;
@@ -254,7 +262,7 @@ Field RenderField(const Settings& s, int index, std::mt19937_64& rng) {
         ShortestText(f.g.angle) + " --width " + std::to_string(f.g.width) + " --height " +
         std::to_string(f.g.height) + (f.g.mirror ? " --mirror" : "") +
         " --jitter 0.2 --hot-pixels 30 --noise 10 --seed " + std::to_string(seed % 1000000007) + " --truth " +
-        Quote(f.fits + ".csv") + " --out " + Quote(f.fits) + " " + Quote(s.sky.empty() ? s.catalogue : s.sky);
+        Quote(f.fits + ".csv") + " " + s.render + " --out " + Quote(f.fits) + " " + Quote(s.sky.empty() ? s.catalogue : s.sky);
     if (Execute(cmd).status != 0 || !fs::exists(f.fits)) {
         std::cerr << "render failed: " << cmd << "\n";
         f.fits.clear();
@@ -527,6 +535,82 @@ int Validation(const Settings& s) {
     return 0;
 }
 
+// The sky that astropy reads from the WCS of `fits` at each pixel (FITS pixels), through the test
+// suite's reader.
+std::vector<std::array<double, 2>> AstropySky(const std::string& fits,
+                                              const std::vector<std::array<double, 2>>& pixels) {
+    std::string command =
+        "/usr/bin/python3 " + Quote(std::string(TORNEL_SOURCE_DIR) + "/tests/resultados/wcs_pixels_to_sky.py") + " " +
+        Quote(fits);
+    for (const auto& p : pixels)
+        command += " " + ShortestText(p[0]) + " " + ShortestText(p[1]);
+    std::vector<std::array<double, 2>> sky;
+    std::istringstream lines(Execute(command).out);
+    std::string line;
+    while (std::getline(lines, line) && sky.size() < pixels.size()) {
+        double ra = 0, dec = 0;
+        if (std::sscanf(line.c_str(), "%lf %lf", &ra, &dec) == 2) sky.push_back({ra, dec});
+    }
+    return sky;
+}
+
+int WcsScale(const Settings& s) {
+    const std::string home = PrepareHome(s);
+    WriteParameters(home, [](Context& c) {
+        c.gWCSAutomatico = 1;
+        c.gLadosParaWCS = 3;
+    });
+    WarmDatabase(s);
+    std::mt19937_64 rng(s.seed);
+    std::cout << "width error_% | solved of fields | worst grid error px: median max\n";
+    for (const int width : {1000, 2000, 4000})
+        for (const double error : {0.0, 0.5, 1.0}) {
+            std::vector<double> worst;
+            int fields = 0;
+            for (int k = 0; k < s.fields; ++k) {
+                Field f;
+                f.g.ra = 360 * Uniform(rng);
+                f.g.dec = std::asin(2 * Uniform(rng) - 1) / kRad;
+                f.g.width = width;
+                f.g.height = width * 3 / 4;
+                f.g.arcsecPerPixel = 0.8 * 3600 / width;
+                f.g.angle = 360 * Uniform(rng);
+                f.fits = s.work + "/wcs" + std::to_string(k) + ".fit";
+                const std::string cmd =
+                    s.tools + "/herramientas/tornel-db render --ra " + ShortestText(f.g.ra) + " --dec " +
+                    ShortestText(f.g.dec) + " --scale " + ShortestText(f.g.arcsecPerPixel) + " --angle " +
+                    ShortestText(f.g.angle) + " --width " + std::to_string(f.g.width) + " --height " +
+                    std::to_string(f.g.height) + " --noise 10 --seed " + std::to_string(rng() % 1000000007) +
+                    " --truth " + Quote(f.fits + ".csv") + " --out " + Quote(f.fits) + " " + Quote(s.catalogue);
+                if (Execute(cmd).status != 0) continue;
+                ++fields;
+                SetImage(home, f.g.arcsecPerPixel / (1 + error / 100), f.g.angle + (Uniform(rng) - 0.5), false);
+                Offset(f.g.ra, f.g.dec, 360 * Uniform(rng), 1.0 * Uniform(rng), f.givenRa, f.givenDec);
+                const Run r = Execute(CliCommand(s, home, f.fits, f.givenRa, f.givenDec));
+                if (r.status == 0) {
+                    std::vector<std::array<double, 2>> grid;
+                    for (int i = 0; i <= 4; ++i)
+                        for (int j = 0; j <= 4; ++j)
+                            grid.push_back({1 + (width - 1) * i / 4.0, 1 + (f.g.height - 1) * j / 4.0});
+                    const auto sky = AstropySky(f.fits, grid);
+                    double most = sky.size() == grid.size() ? 0 : 1e9;
+                    for (size_t g = 0; g < sky.size(); ++g) {
+                        double ra = 0, dec = 0;
+                        db::PixelToSky(f.g, grid[g][0], grid[g][1], ra, dec);
+                        most = std::max(most, Distance(ra, dec, sky[g][0], sky[g][1]) * 3600 / f.g.arcsecPerPixel);
+                    }
+                    worst.push_back(most);
+                }
+                fs::remove(f.fits);
+                fs::remove(f.fits + ".csv");
+            }
+            std::cout << width << " " << FormatNumber(error, "0.0") << " | " << worst.size() << " of " << fields
+                      << " | " << FormatNumber(Quantile(worst, 0.5), "0.00") << " "
+                      << FormatNumber(Quantile(worst, 1.0), "0.00") << std::endl;
+        }
+    return 0;
+}
+
 int Main(int argc, char** argv) {
     Settings s;
     std::vector<std::string> args(argv + 1, argv + argc);
@@ -550,6 +634,10 @@ int Main(int argc, char** argv) {
             s.blind = true;
         else if (args[k] == "--sky")
             s.sky = value();
+        else if (args[k] == "--tools")
+            s.tools = value();
+        else if (args[k] == "--render")
+            s.render = value();
         else if (args[k] == "--all")
             s.all = true;
         else if (args[k] == "--validation")
@@ -562,9 +650,9 @@ int Main(int argc, char** argv) {
     }
     if (s.mode.empty() || s.home.empty()) {
         std::cerr
-            << "usage: tornel-solve-fields fields|zones|validation --home PROGRAM_FOLDER [--catalogue FILE]\n"
+            << "usage: tornel-solve-fields fields|zones|validation|wcs --home PROGRAM_FOLDER [--catalogue FILE]\n"
                "       [--work DIR] [--fields N] [--seed S] [--mirror-every N] [--inclination DEG] "
-               "[--validation DIR] [--blind] [--sky FILE] [--all]\n";
+               "[--validation DIR] [--blind] [--sky FILE] [--render OPTIONS] [--all] [--tools BUILD]\n";
         return 2;
     }
     if (s.home.back() != '/') s.home += '/';
@@ -575,6 +663,7 @@ int Main(int argc, char** argv) {
     if (s.mode == "fields") return Fields(s);
     if (s.mode == "zones") return Zones(s);
     if (s.mode == "validation") return Validation(s);
+    if (s.mode == "wcs") return WcsScale(s);
     std::cerr << "unknown mode " << s.mode << "\n";
     return 2;
 }

@@ -40,11 +40,12 @@ Commands:
       A seeded full-sky random star CSV (200000 stars, seed 1, magnitude 12 unless given).
   render --ra DEG --dec DEG --scale ARCSEC_PER_PX [--angle DEG] [--width PX] [--height PX]
          [--mirror] [--missing FRACTION] [--added N] [--jitter MAG] [--seed S]
-         [--psf SIGMA_PX] [--sky COUNTS] [--noise COUNTS] [--hot-pixels N] [--mag-zero MAG]
+         [--psf SIGMA_PX] [--sky COUNTS] [--gradient COUNTS] [--noise COUNTS] [--hot-pixels N] [--mag-zero MAG]
          [--out IMAGE] --truth FILE INPUT...
       Projects the catalogue INPUT... onto an image of that centre, scale, angle and size (1024 x 768,
       angle 0 unless given), leaves stars out and adds others, renders it (Gaussian PSF of 1.5 px, sky
-      1000 and noise 10 counts, a star of magnitude 20 giving one count) into IMAGE (.fit, .bmp or
+      1000 and noise 10 counts, a star of magnitude 20 giving one count; --gradient adds that many counts
+      evenly from the first corner to the last) into IMAGE (.fit, .bmp or
       .jpg) and writes the truth file: the geometry, then x, y, ra, dec, mag, in_catalogue of every
       star, in the program's pixels (x from 1 at the left, y from 1 at the bottom row). North lies
       toward +y at angle 0; a positive angle turns it toward +x; --mirror flips x.
@@ -267,7 +268,8 @@ int Render(Args& a) {
         real("--ra", g.ra), real("--dec", g.dec), real("--scale", g.arcsecPerPixel), real("--angle", g.angle);
         whole("--width", g.width), whole("--height", g.height), whole("--added", fo.addedStars);
         real("--missing", fo.missingFraction), real("--jitter", fo.magnitudeJitter);
-        real("--psf", sensor.psfSigma), real("--sky", sensor.sky), real("--noise", sensor.noise);
+        real("--psf", sensor.psfSigma), real("--sky", sensor.sky), real("--gradient", sensor.gradient),
+            real("--noise", sensor.noise);
         real("--mag-zero", sensor.magnitudeZero), whole("--hot-pixels", sensor.hotPixels);
         if (a.values.count("--seed"))
             fo.seed = sensor.seed = static_cast<uint32_t>(TextToLong(a.values["--seed"]));

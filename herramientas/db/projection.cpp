@@ -98,8 +98,8 @@ bool WriteFieldImage(const std::string& path, const FieldGeometry& g, const std:
                      const std::vector<std::string>& fitsCards) {
     render::Field field;
     field.width = g.width, field.height = g.height;
-    field.psfSigma = sensor.psfSigma, field.sky = sensor.sky, field.noise = sensor.noise,
-    field.seed = sensor.seed;
+    field.psfSigma = sensor.psfSigma, field.sky = sensor.sky, field.gradient = sensor.gradient,
+    field.noise = sensor.noise, field.seed = sensor.seed;
     for (const auto& s : stars)
         field.stars.push_back({s.x, s.y, std::pow(10.0, -0.4 * (s.mag - sensor.magnitudeZero))});
     std::mt19937_64 rng(sensor.seed);

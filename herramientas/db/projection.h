@@ -57,6 +57,7 @@ struct SensorOptions {
     double magnitudeZero = 20;      // a star of this magnitude gives one count in all
     double psfSigma = 1.5;          // pixels
     double sky = 1000, noise = 10;  // counts
+    double gradient = 0;            // counts added across the frame, corner to corner
     int32_t hotPixels = 0;
     double pictureScale = 0.04;  // counts to 0..255 levels of BMP and JPG
     uint32_t seed = 1;

@@ -47,6 +47,14 @@ Image Render(const Field& field) {
     const size_t n =
         static_cast<size_t>(std::max(field.width, 0)) * static_cast<size_t>(std::max(field.height, 0));
     image.counts.assign(n, static_cast<float>(field.sky));
+    if (field.gradient != 0 && n > 0) {
+        const double across = std::max(field.width - 1, 1), down = std::max(field.height - 1, 1);
+        for (int32_t y = 0; y < field.height; ++y)
+            for (int32_t x = 0; x < field.width; ++x)
+                image.counts[static_cast<size_t>(y) * static_cast<size_t>(field.width) +
+                             static_cast<size_t>(x)] +=
+                    static_cast<float>(field.gradient * (x / across + y / down) / 2);
+    }
     if (field.noise > 0) {
         std::mt19937 random(field.seed);
         std::normal_distribution<float> normal(0.0f, static_cast<float>(field.noise));

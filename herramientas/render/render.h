@@ -26,6 +26,7 @@ struct Field {
     int32_t width = 0, height = 0;  // pixels
     double psfSigma = 1.5;          // Gaussian width of every star, pixels
     double sky = 1000;              // sky level, counts
+    double gradient = 0;            // counts added to the sky from the first corner to the last, evenly
     double noise = 10;              // Gaussian sky noise, standard deviation in counts
     uint32_t seed = 1;              // of the noise; the same seed gives the same picture
     std::vector<Star> stars;
