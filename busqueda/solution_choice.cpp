@@ -171,12 +171,14 @@ std::vector<PlateStar> WinnerStars(const Solucion& w) {
     return stars;
 }
 
-// The winner checked against the rest of its field; the three stars of its base fixed the plate and
-// prove nothing.
+// The winner checked against the rest of its field. Its plate is a rotation and a scale about the
+// centre fitted to all its stars: two stars fix those four numbers and prove nothing, two of its base
+// here. The others of the polygon were fished by the lengths and directions of
+// their sides, each within a few pixels; they count only where they stand within the verification's
+// radius, which a wrong polygon's scattered residuals widen.
 Verification VerifyWinner(Context& c, const Solucion& w) {
-    const std::array<int32_t, 3> base = {w.EstrellasSolucion[static_cast<size_t>(w.Base1)].Id,
-                                         w.EstrellasSolucion[static_cast<size_t>(w.Base2)].Id,
-                                         w.EstrellasSolucion[static_cast<size_t>(w.Base3)].Id};
+    const std::array<int32_t, 2> base = {w.EstrellasSolucion[static_cast<size_t>(w.Base1)].Id,
+                                         w.EstrellasSolucion[static_cast<size_t>(w.Base2)].Id};
     return VerifyPlate(c, WinnerStars(w), base);
 }
 

@@ -189,7 +189,7 @@ Verification VerifyPlate(Context& c, const std::vector<PlateStar>& identified,
         const double p = -std::expm1(-density * std::numbers::pi * v.radius * v.radius);
         v.expected = p * v.tested;
         v.log10Odds = Log10BinomialTail(v.tested, v.matched, p);
-        v.accepted = v.matched >= 3 && v.log10Odds >= RequiredLog10Odds(c);
+        v.accepted = v.matched >= kLeastMatches && v.log10Odds >= RequiredLog10Odds(c);
     });
     c.Cij = kept;
     return v;

@@ -17,6 +17,8 @@ namespace tornel {
 // thousand times fewer places and so meets a thousand times fewer chances of a false match.
 inline constexpr double kLog10OddsWholeSky = 9;
 inline constexpr double kLog10OddsAroundPosition = 6;
+// Matches below this prove nothing, however empty the image.
+inline constexpr int32_t kLeastMatches = 2;
 // The image stars that take part, the brightest first: enough for any field the catalogue can
 // confirm, few enough that faint noise does not crowd the image.
 inline constexpr int32_t kVerificationImageStars = 300;
