@@ -1,6 +1,6 @@
 #pragma once
-// BMP and JPG files decoded to the 32-bit pixels the program works on (0x00RRGGBB, blue in the
-// lowest byte), W x H, one row after the other.
+// BMP and JPG files decoded to the 32-bit pixels the program works on (0x00RRGGBB, blue in the lowest
+// byte), W x H, one row after the other.
 #include <cstdint>
 #include <string>
 
@@ -19,7 +19,9 @@ struct Picture {
 enum class RowOrder { BottomFirst, TopFirst };
 
 // Answers false when the file gives no picture: missing, unreadable, of an unknown kind, or cut
-// short. A header that declares no pixels gives true with width or height 0 and no pixels.
+// short. A header that declares no pixels gives true with width or height 0 and no pixels. A header
+// that declares more than kMaxImagePixels gives false with its width and height and no pixels, before
+// anything is allocated.
 // BMP: 1, 4 and 8 bits with a palette, 16 bits (5-5-5 or bit fields), 24 and 32 bits (also with
 // bit fields), bottom-up or top-down; no run-length compression.
 bool ReadBmp(const std::string& path, RowOrder order, Picture& out);
