@@ -321,6 +321,8 @@ void ExtraeNombreDeRuta(Context& c, const std::string& ruta) {
     };
     if (endsWith(".fits"))
         c.gExtensionImagen = "fits";
+    else if (endsWith(".tiff"))
+        c.gExtensionImagen = "tiff";
     else if (endsWith(".fz"))  // a tile-compressed FITS file, "name.fits.fz"
         c.gExtensionImagen = "fz";
     else if (lower.size() >= 4 && lower[lower.size() - 4] == '.')

@@ -1,5 +1,5 @@
 // The one door through which an image file enters: summary head, choice of reader by extension,
-// BMP and JPG pictures, and the date of the image.
+// BMP, JPG, PNG and TIFF pictures, and the date of the image.
 #include <string>
 
 #include "comun/build_info.h"
@@ -12,6 +12,7 @@
 #include "imagen/image_limits.h"
 #include "imagen/imagen.h"
 #include "imagen/intake.h"
+#include "imagen/level_mapping.h"
 #include "imagen/picture_files.h"
 #include "imagen/pixel/tornel_pixel.h"
 #include "resultados/resumen.h"
@@ -66,17 +67,26 @@ void SummaryHead(Context& c) {
     ParaResumen(c, "Imagen: " + c.gRutaImagen, "Image: " + c.gRutaImagen, "Image: " + c.gRutaImagen);
 }
 
+bool IsPictureType(const std::string& tipo) {
+    return tipo == "jpg" || tipo == "bmp" || tipo == "png" || tipo == "tif";
+}
+
 bool IsFitsExtension(const std::string& ext) {
     return ext == "fit" || ext == "fits" || ext == "fts" || ext == "fz";
 }
 
-// Levels of the other kind of image come into force when the kind changes.
+bool IsPngOrTiffExtension(const std::string& ext) {
+    return ext == "png" || ext == "tif" || ext == "tiff";
+}
+
+// Levels of the other kind of image come into force when the kind changes. Pictures of 8-bit
+// samples share the BMP levels; 16-bit images, FITS or not, the FITS levels.
 void SwitchLevels(Context& c, const std::string& tipo) {
     bool wasFit = c.gTipoImagen == "fit";
     if (tipo != "fit" && wasFit) {
         c.gNegroActual = c.gNegroBMP;
         c.gBlancoActual = c.gBlancoBMP;
-    } else if (tipo == "fit" && (c.gTipoImagen == "jpg" || c.gTipoImagen == "bmp")) {
+    } else if (tipo == "fit" && IsPictureType(c.gTipoImagen)) {
         c.gNegroActual = c.gNegroFit;
         c.gBlancoActual = c.gBlancoFit;
     }
@@ -111,6 +121,10 @@ void ImageDate(Context& c) {
         std::string d = f.substr(1, 19);
         ParaResumen(c, "DATE-OBS = " + d + " en la cabecera FITS.",
                     "DATE-OBS = " + d + " dans l'entête FITS.", "DATE-OBS = " + d + " in FITS header.");
+    } else if (IsPngOrTiffExtension(c.gExtensionImagen)) {
+        ParaResumen(c, "Fichero PNG o TIFF. DATE-OBS del reloj del PC.",
+                    "Fichier PNG ou TIFF. DATE-OBS de l'horloge du PC.",
+                    "PNG or TIFF file. DATE-OBS from PC clock.");
     } else if (c.gTipoImagen == "fit") {
         ParaResumen(c, "No hay DATE-OBS en la cabecera FITS.", "Pas de DATE-OBS dans l'entête FITS.",
                     "No  DATE-OBS in the FITS header.");
@@ -128,7 +142,7 @@ void NotLoaded(Context& c) {
     c.gUltimoError = "Image not loaded.";
 }
 
-// A decoded picture into mPixelesBMP and mBrillo, as the platform's pictures were.
+// A decoded picture of 8-bit samples into mPixelesBMP and mBrillo, as the platform's pictures were.
 void StorePicture(Context& c, Picture& picture) {
     const int32_t w = picture.width, h = picture.height;
     double reduction = c.gFactorReduccion;
@@ -153,6 +167,41 @@ void StorePicture(Context& c, Picture& picture) {
     c.gBrilloMaximo = bmp32_a_brillo(c.mPixelesBMP.data(), c.mBrillo.data(), ancho, alto);
     c.platform.ImageChanged();
     c.gImagenCargada = true;
+}
+
+// A PNG or TIFF file (`tipo` "png" or "tif"). 8-bit samples take the road of BMP and JPG; 16-bit ones
+// keep their depth as a 16-bit image, the same brightness that a FITS file of those counts gives,
+// with the FITS levels.
+void LoadPngOrTiff(Context& c, const std::string& ruta, const std::string& tipo) {
+    if (c.mFinAnalisis) return;
+    WithTrap(c, "LoadPngOrTiff", [&] {
+        RowOrder order = c.gImagenInvertida == 1 ? RowOrder::TopFirst : RowOrder::BottomFirst;
+        Picture picture;
+        c.mPixelesBMP = {};
+        c.gCentroFitRA = -1;
+        c.gCentroFitDEC90 = -1;
+        bool read = tipo == "png" ? ReadPng(ruta, order, picture) : ReadTiff(ruta, order, picture);
+        if (!read) {
+            if (ImageTooLarge(picture.width, picture.height))
+                RefuseOversizedImage(c, picture.width, picture.height);
+            else
+                NotLoaded(c);
+            return;
+        }
+        if (RefuseOversizedImage(c, picture.width, picture.height)) return;
+        const bool deep = !picture.levels16.empty();
+        SwitchLevels(c, deep ? "fit" : tipo);
+        c.wcsBesideImage = true;
+        if (!deep) {
+            StorePicture(c, picture);
+            return;
+        }
+        const auto n = picture.levels16.size();
+        StoreSixteenBitImage(c, picture.width, picture.height, [&](int16_t* out) {
+            for (size_t i = 0; i < n; ++i)
+                out[i] = EngineBrightness(picture.levels16[i]);
+        });
+    });
 }
 
 }  // namespace
@@ -270,6 +319,8 @@ void CargaImagen(Context& c) {
         if (ext == "bmp" || ext == "jpg") {
             SwitchLevels(c, ext);
             CargaBmp(c, c.gRutaImagen, ext);
+        } else if (IsPngOrTiffExtension(ext)) {
+            LoadPngOrTiff(c, c.gRutaImagen, ext == "png" ? "png" : "tif");
         } else if (IsFitsExtension(ext)) {
             SwitchLevels(c, "fit");
             if (TakesSixteenBitReader(c.gRutaImagen))

@@ -1,11 +1,14 @@
 // Images as users have them: FITS of every BITPIX, with any BZERO and BSCALE, with extensions,
-// tile-compressed, as cubes and as Bayer mosaics, written here through CFITSIO; and headers that claim
-// more than the engine takes.
+// tile-compressed, as cubes and as Bayer mosaics, written here through CFITSIO; PNG and TIFF of 8 and
+// 16 bits written through their libraries; and headers that claim more than the engine takes.
 #include <fitsio.h>
 #include <gtest/gtest.h>
+#include <png.h>
+#include <tiffio.h>
 
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <functional>
 #include <string>
 #include <vector>
@@ -298,6 +301,22 @@ std::string HeaderOnly(const std::vector<std::string>& cards) {
     return b;
 }
 
+// The CRC of a PNG chunk (ISO 3309), bit by bit.
+uint32_t Crc32(const std::string& bytes) {
+    uint32_t crc = 0xFFFFFFFFu;
+    for (unsigned char b : bytes) {
+        crc ^= b;
+        for (int k = 0; k < 8; ++k)
+            crc = (crc >> 1) ^ (0xEDB88320u & (0u - (crc & 1u)));
+    }
+    return crc ^ 0xFFFFFFFFu;
+}
+
+std::string Be32(uint32_t v) {
+    return {static_cast<char>(v >> 24), static_cast<char>(v >> 16), static_cast<char>(v >> 8),
+            static_cast<char>(v)};
+}
+
 // Headers that claim more than 1 GiB of pixels are refused before any pixel is read or allocated: the
 // files hold no data at all, so that a reader that went on would fail with another message.
 TEST_F(Formats, HeadersClaimingTooMuchAreRefusedBeforeReading) {
@@ -314,6 +333,13 @@ TEST_F(Formats, HeadersClaimingTooMuchAreRefusedBeforeReading) {
         EXPECT_EQ(c.gUltimoError, message);
         EXPECT_TRUE(c.mImagenFit.empty());
     }
+    // A PNG signature, its IHDR chunk and an empty IDAT one.
+    std::string ihdr = "IHDR" + Be32(20000) + Be32(20000) + std::string("\x10\x00\x00\x00\x00", 5);
+    std::string png = std::string("\x89PNG\r\n\x1a\n", 8) + Be32(13) + ihdr + Be32(Crc32(ihdr)) + Be32(0) +
+                      "IDAT" + Be32(Crc32("IDAT"));
+    p.platform.summary.clear();
+    EXPECT_FALSE(p.Load(p.Write("huge.png", png)));
+    EXPECT_TRUE(Says(message));
     // A BMP header of 20000 x 20000 at 24 bits.
     std::string bmp = "BM";
     auto le32 = [&](uint32_t v) {
@@ -327,6 +353,164 @@ TEST_F(Formats, HeadersClaimingTooMuchAreRefusedBeforeReading) {
     p.platform.summary.clear();
     EXPECT_FALSE(p.Load(p.Write("huge.bmp", bmp)));
     EXPECT_TRUE(Says(message));
+}
+
+// PNG and TIFF writers for the tests: rows top first, `channels` samples of `bits` a pixel.
+struct Raster {
+    int32_t width = 4, height = 3;
+    int channels = 1, bits = 8;
+    bool interlaced = false;        // Adam7, which a PNG reader must gather over seven passes
+    std::vector<uint16_t> samples;  // width x height x channels, top row first
+};
+
+// A 4 x 3 raster whose level tells the place: 10 x column + row from the bottom (1-based), times
+// `unit`; colour channels weigh 1, 2 and 3.
+Raster Gradient(int channels, int bits, uint16_t unit) {
+    Raster r;
+    r.channels = channels, r.bits = bits;
+    for (int32_t fromTop = 0; fromTop < 3; ++fromTop)
+        for (int32_t x = 1; x <= 4; ++x)
+            for (int ch = 0; ch < channels; ++ch)
+                r.samples.push_back(static_cast<uint16_t>(unit * (10 * x + (3 - fromTop)) * (ch + 1)));
+    return r;
+}
+
+void WritePng(const std::string& path, const Raster& r) {
+    FILE* file = std::fopen(path.c_str(), "wb");
+    ASSERT_NE(file, nullptr);
+    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
+    png_infop info = png_create_info_struct(png);
+    png_init_io(png, file);
+    png_set_IHDR(png, info, static_cast<png_uint_32>(r.width), static_cast<png_uint_32>(r.height), r.bits,
+                 r.channels == 1 ? PNG_COLOR_TYPE_GRAY : PNG_COLOR_TYPE_RGB,
+                 r.interlaced ? PNG_INTERLACE_ADAM7 : PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
+                 PNG_FILTER_TYPE_DEFAULT);
+    png_write_info(png, info);
+    const int passes = png_set_interlace_handling(png);
+    const size_t perRow = static_cast<size_t>(r.width) * static_cast<size_t>(r.channels);
+    std::vector<unsigned char> row;
+    for (int pass = 0; pass < passes; ++pass)
+        for (int32_t y = 0; y < r.height; ++y) {
+            row.clear();
+            for (size_t i = 0; i < perRow; ++i) {
+                uint16_t v = r.samples[static_cast<size_t>(y) * perRow + i];
+                if (r.bits == 16) row.push_back(static_cast<unsigned char>(v >> 8));
+                row.push_back(static_cast<unsigned char>(v & 0xFF));
+            }
+            png_write_row(png, row.data());
+        }
+    png_write_end(png, nullptr);
+    png_destroy_write_struct(&png, &info);
+    std::fclose(file);
+}
+
+void WriteTiff(const std::string& path, const Raster& r, bool separate, bool tiled) {
+    TIFF* tif = TIFFOpen(path.c_str(), "w");
+    ASSERT_NE(tif, nullptr);
+    const auto w = static_cast<uint32_t>(r.width), h = static_cast<uint32_t>(r.height);
+    TIFFSetField(tif, TIFFTAG_IMAGEWIDTH, w);
+    TIFFSetField(tif, TIFFTAG_IMAGELENGTH, h);
+    TIFFSetField(tif, TIFFTAG_BITSPERSAMPLE, static_cast<uint16_t>(r.bits));
+    TIFFSetField(tif, TIFFTAG_SAMPLESPERPIXEL, static_cast<uint16_t>(r.channels));
+    TIFFSetField(tif, TIFFTAG_PHOTOMETRIC, r.channels == 1 ? PHOTOMETRIC_MINISBLACK : PHOTOMETRIC_RGB);
+    TIFFSetField(tif, TIFFTAG_PLANARCONFIG, separate ? PLANARCONFIG_SEPARATE : PLANARCONFIG_CONTIG);
+    TIFFSetField(tif, TIFFTAG_COMPRESSION, COMPRESSION_ADOBE_DEFLATE);
+    const size_t bytes = r.bits / 8, perPixel = separate ? 1 : static_cast<size_t>(r.channels);
+    const int planes = separate ? r.channels : 1;
+    // The samples of plane p (or all of them) for the pixels of rows y0.. and columns x0.. of a
+    // `tw` x `th` block.
+    auto block = [&](int p, uint32_t x0, uint32_t y0, uint32_t tw, uint32_t th) {
+        std::vector<unsigned char> out(tw * th * perPixel * bytes, 0);
+        for (uint32_t y = y0; y < y0 + th && y < h; ++y)
+            for (uint32_t x = x0; x < x0 + tw && x < w; ++x)
+                for (size_t s = 0; s < perPixel; ++s) {
+                    size_t channel = separate ? static_cast<size_t>(p) : s;
+                    uint16_t v = r.samples[(y * w + x) * static_cast<size_t>(r.channels) + channel];
+                    unsigned char* at = out.data() + (((y - y0) * tw + (x - x0)) * perPixel + s) * bytes;
+                    if (bytes == 2)
+                        std::memcpy(at, &v, 2);
+                    else
+                        *at = static_cast<unsigned char>(v);
+                }
+        return out;
+    };
+    if (tiled) {
+        TIFFSetField(tif, TIFFTAG_TILEWIDTH, 16u);
+        TIFFSetField(tif, TIFFTAG_TILELENGTH, 16u);
+        for (int p = 0; p < planes; ++p) {
+            std::vector<unsigned char> tile = block(p, 0, 0, 16, 16);
+            TIFFWriteTile(tif, tile.data(), 0, 0, 0, static_cast<uint16_t>(p));
+        }
+    } else {
+        TIFFSetField(tif, TIFFTAG_ROWSPERSTRIP, 1u);
+        for (int p = 0; p < planes; ++p)
+            for (uint32_t y = 0; y < h; ++y) {
+                std::vector<unsigned char> row = block(p, 0, y, w, 1);
+                TIFFWriteScanline(tif, row.data(), y, static_cast<uint16_t>(p));
+            }
+    }
+    TIFFClose(tif);
+}
+
+// 8-bit PNG and TIFF come in as BMP and JPG do, R + G + B; 16-bit ones keep their depth, the same
+// brightness as FITS counts, rows in the picture's order (the bottom row is row 1) or reversed.
+TEST_F(Formats, PngAndTiffOfEightAndSixteenBits) {
+    struct Case {
+        const char* name;
+        Raster raster;
+        bool separate, tiled;
+    };
+    for (int16_t reversed : {0, 1}) {
+        c.gImagenInvertida = reversed;
+        Raster adam7 = Gradient(1, 16, 500);
+        adam7.interlaced = true;
+        for (const Case& k :
+             {Case{"grey8.png", Gradient(1, 8, 2), false, false}, Case{"adam7.png", adam7, false, false},
+              Case{"rgb8.png", Gradient(3, 8, 1), false, false},
+              Case{"grey16.png", Gradient(1, 16, 500), false, false},
+              Case{"rgb16.png", Gradient(3, 16, 250), false, false},
+              Case{"grey8.tif", Gradient(1, 8, 2), false, false},
+              Case{"rgb8.tiff", Gradient(3, 8, 1), false, true},
+              Case{"grey16.tif", Gradient(1, 16, 500), false, false},
+              Case{"rgb16.tif", Gradient(3, 16, 250), false, false},
+              Case{"planes16.tif", Gradient(3, 16, 250), true, false},
+              Case{"tiles16.tiff", Gradient(1, 16, 500), false, true}}) {
+            SCOPED_TRACE(std::string(k.name) + " reversed " + std::to_string(reversed));
+            std::string path = p.home.File(k.name);
+            bool png = std::string(k.name).find(".png") != std::string::npos;
+            if (png)
+                WritePng(path, k.raster);
+            else
+                WriteTiff(path, k.raster, k.separate, k.tiled);
+            p.platform.summary.clear();
+            ASSERT_TRUE(p.Load(path));
+            ASSERT_EQ(c.gPixelesX, 4);
+            ASSERT_EQ(c.gPixelesY, 3);
+            const bool deep = k.raster.bits == 16;
+            EXPECT_EQ(c.gTipoImagen, deep ? "fit" : (png ? "png" : "tif"));
+            EXPECT_EQ(c.mImagenFit.empty(), !deep);
+            EXPECT_TRUE(c.wcsBesideImage);
+            EXPECT_TRUE(Says("PNG or TIFF file. DATE-OBS from PC clock."));
+            for (int32_t y = 1; y <= 3; ++y)
+                for (int32_t x = 1; x <= 4; ++x) {
+                    int place = 10 * x + (reversed == 1 ? 4 - y : y);
+                    // 8 bits: R + G + B, grey 3 x 2 or colour 1 + 2 + 3; 16 bits: grey 500, or the
+                    // mean of 250 x (1, 2, 3).
+                    int expected = deep ? EngineBrightness(static_cast<uint16_t>(500 * place)) : 6 * place;
+                    EXPECT_EQ(At(c, x, y), expected) << x << "," << y;
+                }
+        }
+    }
+}
+
+TEST_F(Formats, DamagedPngAndTiff) {
+    WritePng(p.home.File("whole.png"), Gradient(1, 8, 2));
+    std::string png = p.home.Read("whole.png");
+    EXPECT_FALSE(p.Load(p.Write("cut.png", png.substr(0, png.size() - 20))));
+    EXPECT_TRUE(Says("Image not loaded."));
+    EXPECT_FALSE(p.Load(p.Write("words.tif", "Not a picture at all, only words.")));
+    EXPECT_EQ(c.gUltimoError, "Image not loaded.");
+    EXPECT_TRUE(c.mFinAnalisis);
 }
 
 }  // namespace
