@@ -138,7 +138,7 @@ bool CentreFromTelescope(Context& c) {
 // passed over here, though the image reader takes them.
 bool IsImageName(const std::string& name) {
     std::string lower = ToLower(name);
-    for (const char* ext : {".jpg", ".fit", ".fits", ".bmp"}) {
+    for (const char* ext : {".jpg", ".fit", ".fits", ".bmp", ".png", ".tif", ".tiff", ".fz"}) {
         std::string e = ext;
         if (lower.size() >= e.size() && lower.compare(lower.size() - e.size(), e.size(), e) == 0) return true;
     }

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <string_view>
 #include <vector>
 
 #include "astrometria/sky_maths.h"
@@ -315,8 +316,15 @@ int32_t FocalDesdeEscala(double segundosPorPixel) {
 void ExtraeNombreDeRuta(Context& c, const std::string& ruta) {
     c.gRutaImagen = ruta;
     std::string lower = ToLower(ruta);
-    if (lower.size() >= 5 && lower.compare(lower.size() - 5, 5, ".fits") == 0)
+    auto endsWith = [&](std::string_view e) {
+        return lower.size() >= e.size() && lower.compare(lower.size() - e.size(), e.size(), e) == 0;
+    };
+    if (endsWith(".fits"))
         c.gExtensionImagen = "fits";
+    else if (endsWith(".tiff"))
+        c.gExtensionImagen = "tiff";
+    else if (endsWith(".fz"))  // a tile-compressed FITS file, "name.fits.fz"
+        c.gExtensionImagen = "fz";
     else if (lower.size() >= 4 && lower[lower.size() - 4] == '.')
         c.gExtensionImagen = lower.substr(lower.size() - 3);
     else

@@ -5,6 +5,7 @@
 #include <fstream>
 #include <vector>
 
+#include "imagen/image_limits.h"
 #include "imagen/picture_files.h"
 
 namespace tornel {
@@ -152,6 +153,7 @@ bool ReadBmp(const std::string& path, RowOrder order, Picture& out) {
     out.width = l.width;
     out.height = l.height;
     if (l.width == 0 || l.height == 0) return true;
+    if (ImageTooLarge(l.width, l.height)) return false;
 
     const uint64_t rowBytes = (uint64_t{l.bits} * static_cast<uint64_t>(l.width) + 31) / 32 * 4;
     const auto h = static_cast<uint64_t>(l.height);

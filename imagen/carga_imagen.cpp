@@ -1,5 +1,5 @@
 // The one door through which an image file enters: summary head, choice of reader by extension,
-// BMP and JPG pictures, and the date of the image.
+// BMP, JPG, PNG and TIFF pictures, and the date of the image.
 #include <string>
 
 #include "comun/build_info.h"
@@ -9,7 +9,10 @@
 #include "comun/language.h"
 #include "comun/numbers.h"
 #include "imagen/fits.h"
+#include "imagen/image_limits.h"
 #include "imagen/imagen.h"
+#include "imagen/intake.h"
+#include "imagen/level_mapping.h"
 #include "imagen/picture_files.h"
 #include "imagen/pixel/tornel_pixel.h"
 #include "resultados/resumen.h"
@@ -64,13 +67,26 @@ void SummaryHead(Context& c) {
     ParaResumen(c, "Imagen: " + c.gRutaImagen, "Image: " + c.gRutaImagen, "Image: " + c.gRutaImagen);
 }
 
-// Levels of the other kind of image come into force when the kind changes.
+bool IsPictureType(const std::string& tipo) {
+    return tipo == "jpg" || tipo == "bmp" || tipo == "png" || tipo == "tif";
+}
+
+bool IsFitsExtension(const std::string& ext) {
+    return ext == "fit" || ext == "fits" || ext == "fts" || ext == "fz";
+}
+
+bool IsPngOrTiffExtension(const std::string& ext) {
+    return ext == "png" || ext == "tif" || ext == "tiff";
+}
+
+// Levels of the other kind of image come into force when the kind changes. Pictures of 8-bit
+// samples share the BMP levels; 16-bit images, FITS or not, the FITS levels.
 void SwitchLevels(Context& c, const std::string& tipo) {
     bool wasFit = c.gTipoImagen == "fit";
     if (tipo != "fit" && wasFit) {
         c.gNegroActual = c.gNegroBMP;
         c.gBlancoActual = c.gBlancoBMP;
-    } else if (tipo == "fit" && (c.gTipoImagen == "jpg" || c.gTipoImagen == "bmp")) {
+    } else if (tipo == "fit" && IsPictureType(c.gTipoImagen)) {
         c.gNegroActual = c.gNegroFit;
         c.gBlancoActual = c.gBlancoFit;
     }
@@ -105,6 +121,10 @@ void ImageDate(Context& c) {
         std::string d = f.substr(1, 19);
         ParaResumen(c, "DATE-OBS = " + d + " en la cabecera FITS.",
                     "DATE-OBS = " + d + " dans l'entête FITS.", "DATE-OBS = " + d + " in FITS header.");
+    } else if (IsPngOrTiffExtension(c.gExtensionImagen)) {
+        ParaResumen(c, "Fichero PNG o TIFF. DATE-OBS del reloj del PC.",
+                    "Fichier PNG ou TIFF. DATE-OBS de l'horloge du PC.",
+                    "PNG or TIFF file. DATE-OBS from PC clock.");
     } else if (c.gTipoImagen == "fit") {
         ParaResumen(c, "No hay DATE-OBS en la cabecera FITS.", "Pas de DATE-OBS dans l'entête FITS.",
                     "No  DATE-OBS in the FITS header.");
@@ -122,7 +142,128 @@ void NotLoaded(Context& c) {
     c.gUltimoError = "Image not loaded.";
 }
 
+// A decoded picture of 8-bit samples into mPixelesBMP and mBrillo, as the platform's pictures were.
+void StorePicture(Context& c, Picture& picture) {
+    const int32_t w = picture.width, h = picture.height;
+    double reduction = c.gFactorReduccion;
+    c.mAnchoVisu = ToLong(w / reduction);
+    c.mAltoVisu = ToLong(h / reduction);
+    if (static_cast<int64_t>(w) * h == 0) {
+        ParaResumen(c, "Imagen no válida.", "Image non valide.", "Invalid image.");
+        c.mFinAnalisis = true;
+        return;
+    }
+    // The pixel library takes 16-bit sizes.
+    const int16_t ancho = CheckInteger(w), alto = CheckInteger(h);
+    c.gPixelesX = w;
+    c.gPixelesY = h;
+    const auto cells = (static_cast<size_t>(w) + 1) * (static_cast<size_t>(h) + 1);
+    c.mImagenFit = {};
+    ReallocateZeroed(c.mBrillo, cells);
+    ReallocateZeroed(c.mContorno, cells);
+    c.contourMarkBase = 0;
+    c.mPixelesBMP = std::move(picture.pixels);
+    c.mInfoBMP = InfoBitmap{40, w, c.gImagenInvertida == 1 ? -h : h, 1, 32};
+    c.gBrilloMaximo = bmp32_a_brillo(c.mPixelesBMP.data(), c.mBrillo.data(), ancho, alto);
+    c.platform.ImageChanged();
+    c.gImagenCargada = true;
+}
+
+// A PNG or TIFF file (`tipo` "png" or "tif"). 8-bit samples take the road of BMP and JPG; 16-bit ones
+// keep their depth as a 16-bit image, the same brightness that a FITS file of those counts gives,
+// with the FITS levels.
+void LoadPngOrTiff(Context& c, const std::string& ruta, const std::string& tipo) {
+    if (c.mFinAnalisis) return;
+    WithTrap(c, "LoadPngOrTiff", [&] {
+        RowOrder order = c.gImagenInvertida == 1 ? RowOrder::TopFirst : RowOrder::BottomFirst;
+        Picture picture;
+        c.mPixelesBMP = {};
+        c.gCentroFitRA = -1;
+        c.gCentroFitDEC90 = -1;
+        bool read = tipo == "png" ? ReadPng(ruta, order, picture) : ReadTiff(ruta, order, picture);
+        if (!read) {
+            if (ImageTooLarge(picture.width, picture.height))
+                RefuseOversizedImage(c, picture.width, picture.height);
+            else
+                NotLoaded(c);
+            return;
+        }
+        if (RefuseOversizedImage(c, picture.width, picture.height)) return;
+        const bool deep = !picture.levels16.empty();
+        SwitchLevels(c, deep ? "fit" : tipo);
+        c.wcsBesideImage = true;
+        if (!deep) {
+            StorePicture(c, picture);
+            return;
+        }
+        const auto n = picture.levels16.size();
+        StoreSixteenBitImage(c, picture.width, picture.height, [&](int16_t* out) {
+            for (size_t i = 0; i < n; ++i)
+                out[i] = EngineBrightness(picture.levels16[i]);
+        });
+    });
+}
+
 }  // namespace
+
+void RefuseImage(Context& c, Txt es, Txt fr, Txt en) {
+    c.mFinAnalisis = true;
+    ParaResumen(c, es, fr, en);
+    VisuTitulo(c, es, fr, en);
+    c.gUltimoError = std::string(en);
+}
+
+bool RefuseOversizedImage(Context& c, int64_t width, int64_t height) {
+    std::string size = std::to_string(width) + "x" + std::to_string(height);
+    if (ImageTooLarge(width, height)) {
+        RefuseImage(c, "Imagen demasiado grande: " + size + " pixeles necesitan más de 1 GiB de memoria.",
+                    "Image trop grande: " + size + " pixels demandent plus de 1 Gio de mémoire.",
+                    "Image too large: " + size + " pixels need more than 1 GiB of memory.");
+        return true;
+    }
+    if (width > kMaxImageSide || height > kMaxImageSide) {
+        RefuseImage(c, "Imagen demasiado grande: " + size + " pixeles; el lado mayor es de 32767.",
+                    "Image trop grande: " + size + " pixels; le plus grand côté est de 32767.",
+                    "Image too large: " + size + " pixels; the longest side is 32767.");
+        return true;
+    }
+    return false;
+}
+
+bool RefuseUndersizedImage(Context& c) {
+    if (c.gPixelesY >= 50 && c.gPixelesX >= 50) return false;
+    c.mFinAnalisis = true;
+    ParaResumen(c, "Tamaño de la imagen en cabecera FITS < 50.",
+                "Dimensions de l'image < 50 d'après entête FITS.", "Image size < 50.");
+    VisuTitulo(c, "Imagen demasiado pequeña.", "Image trop petite.", "Too litle image.");
+    c.gUltimoError = "Too litle image.";
+    return true;
+}
+
+void StoreSixteenBitImage(Context& c, int32_t width, int32_t height,
+                          const std::function<void(int16_t*)>& fill) {
+    const auto w = static_cast<size_t>(width), h = static_cast<size_t>(height);
+    c.gPixelesX = width;
+    c.gPixelesY = height;
+    c.mAnchoVisu = ToLong(width / c.gFactorReduccion);
+    c.mAltoVisu = ToLong(height / c.gFactorReduccion);
+    ReallocateZeroed(c.mContorno, (w + 1) * (h + 1));
+    c.contourMarkBase = 0;
+    ReallocateZeroed(c.mBrillo, (w + 1) * (h + 1));
+    ReallocateZeroed(c.mImagenFit, w * h);
+    c.mPixelesBMP = {};
+    fill(c.mImagenFit.data());
+    const int16_t ancho = CheckInteger(width), alto = CheckInteger(height);
+    c.gBrilloMaximo = fit_a_brillo(c.mImagenFit.data(), c.mBrillo.data(), ancho, alto);
+    if (c.gBrilloMaximo < 50) {
+        c.mFinAnalisis = true;
+        ParaResumen(c, "Brillo máximo < 50.", "Intensité maxi < 50.", "Highest brightness < 50.");
+        PoneTitulo(c, c.mTitulo);
+        return;
+    }
+    c.platform.ImageChanged();
+    c.gImagenCargada = true;
+}
 
 void CargaBmp(Context& c, const std::string& ruta, const std::string& tipo) {
     if (c.mFinAnalisis) return;
@@ -133,32 +274,13 @@ void CargaBmp(Context& c, const std::string& ruta, const std::string& tipo) {
         c.mPixelesBMP = {};
         bool read = tipo == "jpg" ? ReadJpg(ruta, order, picture) : ReadBmp(ruta, order, picture);
         if (!read) {
-            NotLoaded(c);
+            if (ImageTooLarge(picture.width, picture.height))
+                RefuseOversizedImage(c, picture.width, picture.height);
+            else
+                NotLoaded(c);
             return;
         }
-        const int32_t w = picture.width, h = picture.height;
-        double reduction = c.gFactorReduccion;
-        c.mAnchoVisu = ToLong(w / reduction);
-        c.mAltoVisu = ToLong(h / reduction);
-        if (static_cast<int64_t>(w) * h == 0) {
-            ParaResumen(c, "Imagen no válida.", "Image non valide.", "Invalid image.");
-            c.mFinAnalisis = true;
-            return;
-        }
-        // The pixel library takes 16-bit sizes.
-        const int16_t ancho = CheckInteger(w), alto = CheckInteger(h);
-        c.gPixelesX = w;
-        c.gPixelesY = h;
-        const auto cells = (static_cast<size_t>(w) + 1) * (static_cast<size_t>(h) + 1);
-        c.mImagenFit = {};
-        ReallocateZeroed(c.mBrillo, cells);
-        ReallocateZeroed(c.mContorno, cells);
-        c.contourMarkBase = 0;
-        c.mPixelesBMP = std::move(picture.pixels);
-        c.mInfoBMP = InfoBitmap{40, w, c.gImagenInvertida == 1 ? -h : h, 1, 32};
-        c.gBrilloMaximo = bmp32_a_brillo(c.mPixelesBMP.data(), c.mBrillo.data(), ancho, alto);
-        c.platform.ImageChanged();
-        c.gImagenCargada = true;
+        StorePicture(c, picture);
     });
 }
 
@@ -169,6 +291,8 @@ void CargaImagen(Context& c) {
         c.gPixelesX = 0;
         c.gPixelesY = 0;
         c.mFechaObs.clear();
+        c.imageBinning = 1;
+        c.wcsBesideImage = false;
         SummaryHead(c);
         if (c.gRutaImagen.empty()) {
             c.mFinAnalisis = true;
@@ -195,9 +319,14 @@ void CargaImagen(Context& c) {
         if (ext == "bmp" || ext == "jpg") {
             SwitchLevels(c, ext);
             CargaBmp(c, c.gRutaImagen, ext);
-        } else if (ext == "fit" || ext == "fits" || ext == "fts") {
+        } else if (IsPngOrTiffExtension(ext)) {
+            LoadPngOrTiff(c, c.gRutaImagen, ext == "png" ? "png" : "tif");
+        } else if (IsFitsExtension(ext)) {
             SwitchLevels(c, "fit");
-            CargaFit(c);
+            if (TakesSixteenBitReader(c.gRutaImagen))
+                CargaFit(c);
+            else
+                LoadFitsWithLibrary(c);
         } else {
             c.mFinAnalisis = true;
             ParaResumen(c, "Tipo de imagen no válido: " + ext + ".", "Type d'image non valide: " + ext + ".",

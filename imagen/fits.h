@@ -1,6 +1,7 @@
 #pragma once
 // FITS images: the header cards the program knows, and the 16-bit data read by the pixel library.
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "comun/context.h"
@@ -12,6 +13,15 @@ namespace tornel {
 void LeeCabeceraFit(Context& c, int32_t& bloques);
 // The whole reading: header, data, brightness. Failures set mFinAnalisis with their message.
 void CargaFit(Context& c);
+
+// Whether a FITS file is one for the 16-bit reader (CargaFit): its primary HDU an image of BITPIX 16
+// with BZERO 0 or 32768, BSCALE 1 and no BAYERPAT; or a file CFITSIO cannot open, which the 16-bit
+// reader refuses with its messages. Every other FITS file is read by LoadFitsWithLibrary.
+bool TakesSixteenBitReader(const std::string& path);
+// The first image of gRutaImagen through CFITSIO (first plane of a cube, a Bayer mosaic binned 2 x 2),
+// brought to the engine's brightness by the mapping of imagen/level_mapping.h, with the header cards
+// of the 16-bit reader; the WCS writer is told to write beside the file.
+void LoadFitsWithLibrary(Context& c);
 
 // Number of a card value: blanks and a comment behind "/" allowed, digits, sign, one decimal
 // separator, exponent E or D. `valor` is changed only when `ok`.

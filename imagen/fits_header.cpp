@@ -7,6 +7,8 @@
 #include "comun/errors.h"
 #include "comun/numbers.h"
 #include "imagen/fits.h"
+#include "imagen/fits_header_cards.h"
+#include "imagen/intake.h"
 #include "imagen/pixel/tornel_pixel.h"
 #include "resultados/resumen.h"
 
@@ -16,16 +18,6 @@ namespace {
 
 constexpr size_t kCard = 80;
 constexpr int32_t kBlock = 2880;
-
-// The cards the program knows, as the 70 characters of their value field.
-struct HeaderCards {
-    std::string simple, bitpix, naxis1, naxis2, dateObs;
-    std::string ctype1, ctype2, cunit1, cunit2, bzero, bscale;
-    std::string mipsHi, mipsLo, aviSuMin, aviSuMax;
-    std::string xpixsz, ypixsz, xbinning, ybinning, focallen;
-    // Centre sources, already parsed: RA in degrees, DEC in degrees plus 90; -1 when absent.
-    double objctRA = -1, objctDEC = -1, ra = -1, dec = -1, crval1 = -1, crval2 = -1;
-};
 
 // The value without its trailing blanks: what "longer than 5 characters" measures.
 size_t ValueLength(const std::string& v) {
@@ -41,36 +33,6 @@ void ParseRA(const std::string& v, double& target) {
 void ParseDEC(const std::string& v, double& target) {
     bool ok = false;
     if (ValueLength(v) > 5) LeeDECdeFits(v, target, ok);
-}
-
-// One card into the header record; every keyword is tested, in the program's order.
-void TakeCard(const std::string& key, const std::string& v, HeaderCards& h) {
-    if (key == "SIMPLE  ") h.simple = v;
-    if (key == "BITPIX  ") h.bitpix = v;
-    if (key == "NAXIS1  ") h.naxis1 = v;
-    if (key == "NAXIS2  ") h.naxis2 = v;
-    if (key == "DATE-OBS") h.dateObs = v;
-    if (key == "OBJCTRA ") ParseRA(v, h.objctRA);
-    if (key == "OBJCTDEC") ParseDEC(v, h.objctDEC);
-    if (key == "RA      ") ParseRA(v, h.ra);
-    if (key == "DEC     ") ParseDEC(v, h.dec);
-    if (key == "CRVAL1  ") ParseRA(v, h.crval1);
-    if (key == "CRVAL2  ") ParseDEC(v, h.crval2);
-    if (key == "CTYPE1  ") h.ctype1 = v;
-    if (key == "CTYPE2  ") h.ctype2 = v;
-    if (key == "CUNIT1  ") h.cunit1 = v;
-    if (key == "CUNIT2  ") h.cunit2 = v;
-    if (key == "BZERO   ") h.bzero = v;
-    if (key == "BSCALE  ") h.bscale = v;
-    if (key == "MIPS-HI ") h.mipsHi = v;
-    if (key == "MIPS-LO ") h.mipsLo = v;
-    if (key == "AVISUMIN") h.aviSuMin = v;
-    if (key == "AVISUMAX") h.aviSuMax = v;
-    if (key == "XPIXSZ  ") h.xpixsz = v;
-    if (key == "YPIXSZ  ") h.ypixsz = v;
-    if (key == "XBINNING") h.xbinning = v;
-    if (key == "YBINNING") h.ybinning = v;
-    if (key == "FOCALLEN") h.focallen = v;
 }
 
 // Reads cards up to the end of the file or the END card; answers how many, END included. A last
@@ -115,7 +77,49 @@ bool IsTan(const std::string& v, std::string_view wanted) {
     return ToLower(v.substr(0, 10)) == wanted;
 }
 
-void PixelScaleNote(Context& c, const HeaderCards& h) {
+}  // namespace
+
+// Every keyword is tested, in the program's order.
+void TakeCard(const std::string& key, const std::string& v, HeaderCards& h) {
+    if (key == "SIMPLE  ") h.simple = v;
+    if (key == "BITPIX  ") h.bitpix = v;
+    if (key == "NAXIS1  ") h.naxis1 = v;
+    if (key == "NAXIS2  ") h.naxis2 = v;
+    if (key == "DATE-OBS") h.dateObs = v;
+    if (key == "OBJCTRA ") ParseRA(v, h.objctRA);
+    if (key == "OBJCTDEC") ParseDEC(v, h.objctDEC);
+    if (key == "RA      ") ParseRA(v, h.ra);
+    if (key == "DEC     ") ParseDEC(v, h.dec);
+    if (key == "CRVAL1  ") ParseRA(v, h.crval1);
+    if (key == "CRVAL2  ") ParseDEC(v, h.crval2);
+    if (key == "CTYPE1  ") h.ctype1 = v;
+    if (key == "CTYPE2  ") h.ctype2 = v;
+    if (key == "CUNIT1  ") h.cunit1 = v;
+    if (key == "CUNIT2  ") h.cunit2 = v;
+    if (key == "BZERO   ") h.bzero = v;
+    if (key == "BSCALE  ") h.bscale = v;
+    if (key == "MIPS-HI ") h.mipsHi = v;
+    if (key == "MIPS-LO ") h.mipsLo = v;
+    if (key == "AVISUMIN") h.aviSuMin = v;
+    if (key == "AVISUMAX") h.aviSuMax = v;
+    if (key == "XPIXSZ  ") h.xpixsz = v;
+    if (key == "YPIXSZ  ") h.ypixsz = v;
+    if (key == "XBINNING") h.xbinning = v;
+    if (key == "YBINNING") h.ybinning = v;
+    if (key == "FOCALLEN") h.focallen = v;
+    if (key == "BAYERPAT") h.bayerpat = v;
+}
+
+void TakeCards(const std::string& text, HeaderCards& h) {
+    for (size_t at = 0; at + kCard <= text.size(); at += kCard) {
+        std::string key = text.substr(at, 8);
+        if (key == "END     ") break;
+        TakeCard(key, text.substr(at + 10, kCard - 10), h);
+    }
+}
+
+void PixelScaleNote(Context& c, const HeaderCards& h, int32_t binnedBy) {
+    // XBINNING is read as it always was, and not used: XPIXSZ is the size of a pixel of the file.
     int32_t binning = 0;
     LeeEnteroDeFits(h.xbinning, binning);
     double pixel = 0, focal = 0;
@@ -123,14 +127,14 @@ void PixelScaleNote(Context& c, const HeaderCards& h) {
     LeeRealDeFits(h.focallen, focal);
     if (!(focal > 0)) return;
     // Micrometres over millimetres: the angle of one pixel, in seconds of arc.
-    double scale = 2 * c.gRadianesAGrados * 3600 * std::atan(pixel / (focal * 2000));
+    double scale = 2 * c.gRadianesAGrados * 3600 * std::atan(binnedBy * pixel / (focal * 2000));
     std::string s = FormatNumber(scale, "0.00");
     ParaResumen(c, "Segundos de arco por pixel según XPIXSZ y FOCALLEN de la cabecera FITS = " + s,
                 "Secondes d'arc par pixel selon XPIXSZ et FOCALLEN de l'entête FITS = " + s,
                 "Arc-sec per pixel according to XPIXSZ and FOCALLEN in the FITS header = " + s);
 }
 
-void Centre(Context& c, const HeaderCards& h) {
+void HeaderCentre(Context& c, const HeaderCards& h) {
     if (h.crval1 >= 0 && h.crval2 >= 0 && IsTan(h.ctype1, "'ra---tan'") && IsTan(h.ctype2, "'dec--tan'") &&
         IsTan(h.cunit1, "'deg     '") && IsTan(h.cunit2, "'deg     '")) {
         c.gCentroFitRA = h.crval1;
@@ -157,8 +161,7 @@ void Centre(Context& c, const HeaderCards& h) {
     }
 }
 
-// The display levels of the header; the later card wins.
-void DisplayLevels(Context& c, const HeaderCards& h) {
+void HeaderDisplayLevels(Context& c, const HeaderCards& h) {
     constexpr double kScrollMax = 32767;
     auto level = [&](const std::string& v, int32_t& target, double lowest) {
         if (ValueLength(v) <= 5) return;
@@ -173,8 +176,6 @@ void DisplayLevels(Context& c, const HeaderCards& h) {
     level(h.mipsHi, c.gBlancoActual, 1);
     level(h.mipsLo, c.gNegroActual, 0);
 }
-
-}  // namespace
 
 void LeeCabeceraFit(Context& c, int32_t& bloques) {
     bloques = 0;
@@ -195,7 +196,7 @@ void LeeCabeceraFit(Context& c, int32_t& bloques) {
                        "Not a 16 bits FITS image.");
             return;
         }
-        PixelScaleNote(c, h);
+        PixelScaleNote(c, h, 1);
         c.gPixelesX = AxisSize(h.naxis1);
         c.gPixelesY = AxisSize(h.naxis2);
         double reduction = c.gFactorReduccion;
@@ -208,8 +209,8 @@ void LeeCabeceraFit(Context& c, int32_t& bloques) {
             VisuTitulo(c, "Imagen demasiado pequeña.", "Image trop petite.", "Too litle image.");
             c.gUltimoError = "Too litle image.";
         }
-        Centre(c, h);
-        DisplayLevels(c, h);
+        HeaderCentre(c, h);
+        HeaderDisplayLevels(c, h);
         c.gBZero = NumberOr(h.bzero, 0);
         c.gBScale = NumberOr(h.bscale, 1);
         if (!((c.gBZero == 0 || c.gBZero == 32768) && c.gBScale == 1)) {
@@ -235,6 +236,7 @@ void CargaFit(Context& c) {
         int32_t bloques = 0;
         LeeCabeceraFit(c, bloques);
         if (bloques == 0) return;
+        if (RefuseOversizedImage(c, c.gPixelesX, c.gPixelesY)) return;
         int64_t offset = static_cast<int64_t>(bloques) * kBlock;
         if (offset > INT32_MAX) Raise(kErrOverflow);
         const auto w = static_cast<size_t>(c.gPixelesX), h = static_cast<size_t>(c.gPixelesY);

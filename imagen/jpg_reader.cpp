@@ -8,6 +8,7 @@
 #include <jerror.h>
 #include <jpeglib.h>
 
+#include "imagen/image_limits.h"
 #include "imagen/picture_files.h"
 
 namespace tornel {
@@ -57,6 +58,12 @@ bool Decode(FILE* file, RowOrder order, Picture& out) {
     jpeg_create_decompress(&info);
     jpeg_stdio_src(&info, file);
     jpeg_read_header(&info, TRUE);
+    if (ImageTooLarge(info.image_width, info.image_height)) {
+        out.width = static_cast<int32_t>(info.image_width);
+        out.height = static_cast<int32_t>(info.image_height);
+        jpeg_destroy_decompress(&info);
+        return false;
+    }
     if (info.jpeg_color_space == JCS_CMYK || info.jpeg_color_space == JCS_YCCK) {
         jpeg_destroy_decompress(&info);
         return false;
@@ -96,7 +103,8 @@ bool ReadJpg(const std::string& path, RowOrder order, Picture& out) {
     File file(path);
     if (file.get() == nullptr) return false;
     if (Decode(file.get(), order, out)) return true;
-    out = Picture{};
+    // A size past the limit is told back; anything else leaves no picture.
+    if (!ImageTooLarge(out.width, out.height)) out = Picture{};
     return false;
 }
 

@@ -1,6 +1,6 @@
 #pragma once
-// BMP and JPG files decoded to the 32-bit pixels the program works on (0x00RRGGBB, blue in the
-// lowest byte), W x H, one row after the other.
+// Picture files decoded to the 32-bit pixels the program works on (0x00RRGGBB, blue in the lowest
+// byte), W x H, one row after the other; or, for 16-bit PNG and TIFF, to one 16-bit level a pixel.
 #include <cstdint>
 #include <string>
 
@@ -12,6 +12,9 @@ struct Picture {
     int32_t width = 0;
     int32_t height = 0;
     ZeroedVector<uint32_t> pixels;
+    // Filled instead of `pixels` when the file holds 16-bit samples: grey as stored, colour the mean
+    // of red, green and blue, 0 to 65535.
+    ZeroedVector<uint16_t> levels16;
 };
 
 // Row order of the decoded pixels: the bottom row of the picture first, as a bottom-up bitmap
@@ -19,11 +22,19 @@ struct Picture {
 enum class RowOrder { BottomFirst, TopFirst };
 
 // Answers false when the file gives no picture: missing, unreadable, of an unknown kind, or cut
-// short. A header that declares no pixels gives true with width or height 0 and no pixels.
+// short. A header that declares no pixels gives true with width or height 0 and no pixels. A header
+// that declares more than kMaxImagePixels gives false with its width and height and no pixels, before
+// anything is allocated.
 // BMP: 1, 4 and 8 bits with a palette, 16 bits (5-5-5 or bit fields), 24 and 32 bits (also with
 // bit fields), bottom-up or top-down; no run-length compression.
 bool ReadBmp(const std::string& path, RowOrder order, Picture& out);
 // JPG through libjpeg-turbo, grey or colour; CMYK pictures and files that end early are refused.
 bool ReadJpg(const std::string& path, RowOrder order, Picture& out);
+// PNG through libpng: grey, palette and colour, any alpha dropped; 1 to 8-bit samples give `pixels`,
+// 16-bit ones `levels16`. Gamma is not applied: the samples are the sensor's counts.
+bool ReadPng(const std::string& path, RowOrder order, Picture& out);
+// TIFF through libtiff: 16-bit unsigned grey or RGB (strips or tiles) give `levels16`; every kind
+// libtiff turns into 8-bit RGBA gives `pixels`. Other sample formats (floating point) are refused.
+bool ReadTiff(const std::string& path, RowOrder order, Picture& out);
 
 }  // namespace tornel

@@ -10,6 +10,7 @@
 #include "comun/errors.h"
 #include "comun/files.h"
 #include "comun/numbers.h"
+#include "resultados/resumen.h"
 
 namespace tornel {
 
@@ -17,6 +18,7 @@ namespace {
 
 constexpr size_t kCard = 80;
 constexpr int64_t kCardsPerBlock = 36;
+constexpr size_t kBlockBytes = 2880;
 
 // The keywords of an earlier world coordinate system, as the first eight characters of a card.
 constexpr std::array<const char*, 15> kWcsKeywords = {
@@ -191,6 +193,35 @@ void RewriteWithBlock(const std::string& ruta, const std::string& temp, const st
     copy.Close();
 }
 
+// A card of the block with its number brought from the pixels of a binned image to those of the file:
+// image pixel i covers file pixels b (i - 1) + 1 to b i.
+std::string InFilePixels(const std::string& card, int32_t b) {
+    bool crpix = card.compare(0, 5, "CRPIX") == 0, cd = card.compare(0, 2, "CD") == 0;
+    if (!crpix && !cd) return card;
+    size_t comment = card.find(" /", 10);
+    double v = std::stod(card.substr(10, comment - 10));
+    v = crpix ? b * v - (b - 1) / 2.0 : v / b;
+    return Card(card.substr(0, 10) + DobleAcadenaFIT(v) + card.substr(comment));
+}
+
+// A FITS header of no data beside an image that the rewrite must leave as it is: the solution's
+// cards, in the pixels of the file.
+void WriteWcsBeside(Context& c, const std::string& cadena) {
+    std::string out = Card("SIMPLE  =                    T / the WCS of an image, no data") +
+                      Card("BITPIX  =                    8") + Card("NAXIS   =                    0") +
+                      Card("COMMENT = WCS coordinates of " + c.gNombreImagen + " by Tornel:");
+    const int32_t b = c.imageBinning;
+    if (b > 1)
+        out += Card("COMMENT = In pixels of the file; the image was binned " + std::to_string(b) + "x" +
+                    std::to_string(b) + ".");
+    for (size_t at = 0; at + kCard <= cadena.size(); at += kCard)
+        out += b > 1 ? InFilePixels(cadena.substr(at, kCard), b) : cadena.substr(at, kCard);
+    out.resize((out.size() + kBlockBytes - 1) / kBlockBytes * kBlockBytes, ' ');
+    const std::string path = c.gRutaImagen + ".wcs";
+    if (!WriteFileAtomically(path, out)) Raise(kErrPathFileAccess);
+    ParaResumen(c, "WCS escrito en " + path, "WCS écrit dans " + path, "WCS written to " + path);
+}
+
 }  // namespace
 
 std::string DobleAcadenaFIT(double valor) {
@@ -250,6 +281,10 @@ void GrehacerCabeceraFits(Context& c) {
     FabricaCadenaWCS(c, cadena, longitud);
     if (c.mFinAnalisis || longitud <= 0) return;
     WithTrap(c, "GrehacerCabeceraFits", [&] {
+        if (c.wcsBesideImage) {
+            WriteWcsBeside(c, cadena);
+            return;
+        }
         const std::string& ruta = c.gRutaImagen;
         std::string temp = ruta + "ConWCS.kkk";
         std::remove(temp.c_str());

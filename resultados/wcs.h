@@ -10,7 +10,9 @@ namespace tornel {
 
 // Rewrites gRutaImagen through gRutaImagen + "ConWCS.kkk" with the cards of the solution, earlier
 // WCS cards kept as comments; records the new time stamp for the mailbox. Nothing when mFinAnalisis
-// is set or the cards cannot be composed.
+// is set or the cards cannot be composed. An image that the rewrite must not touch (wcsBesideImage:
+// read by CFITSIO, PNG or TIFF) keeps its file: the cards go to gRutaImagen + ".wcs", a FITS header
+// with no data, in the pixels of the file.
 void GrehacerCabeceraFits(Context& c);
 
 // The WCS block, 80-character cards ending in END. `longitud` is its length in characters, or

@@ -5,7 +5,7 @@ set -euo pipefail
 packages=(
     cmake g++ make pkg-config
     libgtest-dev libgmock-dev libbenchmark-dev
-    libjpeg62-turbo-dev
+    libjpeg62-turbo-dev libcfitsio-dev libpng-dev libtiff-dev
     python3 python3-astropy
     libsqlite3-dev
 )

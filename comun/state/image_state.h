@@ -44,6 +44,11 @@ struct ImageState {
 
     // FITS header values.
     double gBZero = 0, gBScale = 1;
+    // How the image in memory stands to its file: file pixels per image pixel on a side (2 for a
+    // Bayer mosaic binned to luminance), and whether the WCS writer must leave the file untouched and
+    // write its cards beside it (files not read by the 16-bit FITS reader).
+    int32_t imageBinning = 1;
+    bool wcsBesideImage = false;
     std::string mFechaObs;
     int32_t mAnioObs = 0, mMesObs = 0, mDiaObs = 0, mHoraObs = 0, mMinutoObs = 0, mSegundoObs = 0;
 

@@ -146,8 +146,8 @@ TEST_F(Pictures, PathsAndKindsThatCannotBeRead) {
     EXPECT_EQ(p.platform.titles.back(), "Image path does not exist");
     EXPECT_FALSE(p.Load(p.home.File("missing.jpg")));
     EXPECT_EQ(p.platform.LastLabel(), "Can't find the image file.");
-    EXPECT_FALSE(p.Load(p.Write("image.png", "x")));
-    EXPECT_TRUE(Says("Invalid image type: png."));
+    EXPECT_FALSE(p.Load(p.Write("image.gif", "x")));
+    EXPECT_TRUE(Says("Invalid image type: gif."));
     EXPECT_EQ(c.gUltimoError, "Invalid image type.");
     EXPECT_TRUE(Says("      ** MODE **"));
     EXPECT_TRUE(Says("Image path."));

@@ -336,6 +336,47 @@ TEST(WcsRewrite, AstropyReadsThePlateBackOnRealImages) {
     }
 }
 
+// A file the rewrite must not touch (a compressed FITS, a PNG, anything not read by the 16-bit
+// reader) keeps every byte; the solution goes to a FITS header beside it, which astropy reads as the
+// plate, in the pixels of the file: a binned image's pixel i covers the file's pixels 2i - 1 and 2i.
+TEST(WcsBeside, TheImageStaysAsItIsAndItsCardsGoBeside) {
+    for (int32_t binning : {1, 2}) {
+        SCOPED_TRACE(binning);
+        PlateProgram p(83.82, -5.39, false);
+        Context& c = p.c;
+        c.wcsBesideImage = true;
+        c.imageBinning = binning;
+        const std::string original =
+            "SIMPLE  =                    T  compressed bytes that no rewrite may touch";
+        ExtraeNombreDeRuta(c, p.home.Write("frame.fits.fz", original));
+        GrehacerCabeceraFits(c);
+        ASSERT_FALSE(c.mFinAnalisis);
+        EXPECT_EQ(p.home.Read("frame.fits.fz"), original);
+        EXPECT_EQ(c.gUltimaFechaBuzon, 0);  // the image did not change
+        const std::string beside = c.gRutaImagen + ".wcs";
+        EXPECT_TRUE(p.platform.SummaryHas("WCS written to " + beside));
+        std::string header = p.home.Read("frame.fits.fz.wcs");
+        ASSERT_EQ(header.size() % kBlock, 0u);
+        EXPECT_EQ(header.substr(0, 80),
+                  Card("SIMPLE  =                    T / the WCS of an image, no data"));
+        EXPECT_EQ(header.substr(3 * 80, 80), Card("COMMENT = WCS coordinates of frame.fits.fz by Tornel:"));
+
+        const double b = binning, w = 800 * b, h = 600 * b;
+        std::vector<std::array<double, 2>> checked = {{w / 2, h / 2}, {1, 1}, {w, 1}, {1, h}, {w, h}};
+        AstropyReading written = Astropy(beside, checked);
+        ASSERT_EQ(written.sky.size(), checked.size());
+        EXPECT_NEAR(written.scale, p.Scale() * 3600 / b, 1e-4 * p.Scale() * 3600);
+        for (size_t i = 0; i < checked.size(); ++i) {
+            CoordenadasImagenAesfericas(c, (checked[i][0] + (b - 1) / 2) / b,
+                                        (checked[i][1] + (b - 1) / 2) / b);
+            double filePixels =
+                SeparationDegrees(written.sky[i][0], written.sky[i][1], c.mRAconvertida, c.mDECconvertida) /
+                (p.Scale() / b);
+            EXPECT_LT(filePixels, 0.05) << "pixel " << checked[i][0] << ", " << checked[i][1];
+        }
+    }
+}
+
 // The whole program: a field of the generated sky whose header holds an earlier solution far
 // away is solved by tornel-cli with the WCS written automatically. astropy's reading of the new
 // header must agree within a pixel, at the centre and the corners, with the solution the program
