@@ -33,7 +33,8 @@ void CompruebaDLL(Context& c);
 bool CompruebaCarpetas(Context& c);
 // The second half of the start-up, run again whenever the parameters change.
 void DespuesDeCargaParametros(Context& c);
-// The command line: mode, image path, RA, DEC.
+// The command line: mode, image path, RA, DEC. The RA is brought into 0..360; an RA or DEC that no
+// double holds is told and ignored, as a mode of that kind is.
 void ExtraeLineaComandos(Context& c, const std::string& linea);
 
 // The whole start-up of the main program, with its command line (already joined by blanks).

@@ -2,11 +2,13 @@
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <string>
 
 #include "core/startup.h"
 #include "herramientas/render/render.h"
+#include "tests/consola/cli_process.h"
 #include "tests/support/temp_folder.h"
 
 namespace tornel {
@@ -67,6 +69,24 @@ TEST(Cli, AnalysisWithMissingDatabasesEndsWithItsMessage) {
     EXPECT_NE(r.out.find("DataBase not found or folder not found."), std::string::npos);
     EXPECT_NE(r.err.find("Warning: Stars DataBase " + home.Path() + "est.bin not found"), std::string::npos);
     EXPECT_NE(home.Read("run.log").find("DataBase not found or folder not found.\r\n"), std::string::npos);
+}
+
+TEST(Cli, AnyRightAscensionIsReducedAtOnce) {
+    TempFolder home;
+    RunCli(home, "");
+    // Far beyond any turn, where adding or subtracting 360 changes nothing; no databases, so the run
+    // ends as soon as the start-up is over.
+    testing::CliProcess far(home, {"8", home.File("m42.fit"), "1e20", "0"});
+    EXPECT_EQ(far.Wait(std::chrono::seconds(60)), 2);
+    // One that no double holds is told and left out.
+    testing::CliProcess huge(home, {"8", home.File("m42.fit"), "1e400", "0"});
+    EXPECT_EQ(huge.Wait(std::chrono::seconds(60)), 2);
+    std::string err = home.Read("err.txt");
+    EXPECT_NE(
+        err.find("The right ascension 1e400 of the command line is not a finite number; it is ignored."),
+        std::string::npos)
+        << err;
+    EXPECT_EQ(err.find("Err.Number"), std::string::npos) << err;
 }
 
 TEST(Cli, AMissingRegionIndexIsRebuiltAtStartUp) {
