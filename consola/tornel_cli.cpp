@@ -52,7 +52,8 @@ given, or without one where the coordinate origin (line 18) says; database 2 mat
 position (set line 18, the coordinate origin, to 0), one given only orders the candidates. Both need the
 image scale of the parameters, and the reversed-image flag for a mirrored camera.
 
-While an analysis runs, SIGINT (Ctrl-C) asks the search to stop; SIGTERM stops it and ends.
+While an analysis runs, SIGINT (Ctrl-C) asks the search to stop; SIGTERM stops it and ends. A program
+that has not ended 0.7 s after SIGTERM is ended where it stands, with status 143 and nothing saved.
 
 Mailbox daemon (image origin 5 or 6): it writes tornel.sta, tornel.pos and tornel.aqi in the mailbox
 folder and runs until the message command "EXE exitTornel", SIGTERM or SIGINT; an analysis under way

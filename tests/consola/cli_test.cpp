@@ -1,6 +1,9 @@
 // tornel-cli as a user runs it: usage, start-up report, analyse-and-exit, single instance, exit codes.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <cstdlib>
@@ -87,6 +90,28 @@ TEST(Cli, AnyRightAscensionIsReducedAtOnce) {
         std::string::npos)
         << err;
     EXPECT_EQ(err.find("Err.Number"), std::string::npos) << err;
+}
+
+TEST(Cli, SigtermEndsAProgramThatCannotYield) {
+    TempFolder home;
+    RunCli(home, "");
+    // Standard output into a pipe that is full and never read: the first summary line blocks the
+    // program in its write, where it never reaches a point that reads the signal.
+    int pipeFds[2];
+    ASSERT_EQ(::pipe(pipeFds), 0);
+    ::fcntl(pipeFds[1], F_SETFL, O_NONBLOCK);
+    const std::string block(4096, 'x');
+    while (::write(pipeFds[1], block.data(), block.size()) > 0) {
+    }
+    ::fcntl(pipeFds[1], F_SETFL, 0);
+    testing::CliProcess stuck(home, {"8", home.File("m42.fit")}, pipeFds[1]);
+    ::close(pipeFds[1]);
+    ASSERT_TRUE(stuck.Started());
+    // Blocked for good: still there after a while.
+    EXPECT_EQ(stuck.Wait(std::chrono::milliseconds(1500)), -1);
+    stuck.Signal(SIGTERM);
+    EXPECT_EQ(stuck.Wait(std::chrono::seconds(20)), 128 + SIGTERM);
+    ::close(pipeFds[0]);
 }
 
 TEST(Cli, AMissingRegionIndexIsRebuiltAtStartUp) {
