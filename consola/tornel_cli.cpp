@@ -57,7 +57,8 @@ that has not ended 0.7 s after SIGTERM is ended where it stands, with status 143
 
 Mailbox daemon (image origin 5 or 6): it writes tornel.sta, tornel.pos and tornel.aqi in the mailbox
 folder and runs until the message command "EXE exitTornel", SIGTERM or SIGINT; an analysis under way
-is stopped first. It ends saving the parameters and closing its files.
+is stopped first. On a signal it ends saving the parameters and closing its files; "EXE exitTornel"
+ends it at once, saving nothing, so that settings a client sent stay its own.
 
 Exit status: 0 solved; 1 not solved (or nothing to solve); 2 bad usage, no program folder, another
 program on the same folder, or folders and databases not found. As a mailbox daemon: 0 when asked to
@@ -131,6 +132,8 @@ int RunMailboxDaemon(Context& c, ConsolePlatform& platform, TimerLoop& timers) {
         platform.WaitForSignal(static_cast<int>(timers.UntilNextDue().count()));
         timers.RunDue();
     }
+    // The exit command ends the program where it stands: nothing is saved.
+    if (c.endWithoutClosing) return kExitSolved;
     bool asked = c.mProgramaTerminado, waiting = c.gOrigenImagen == 5 || c.gOrigenImagen == 6;
     Form_Unload(c);
     if (asked) return kExitSolved;
@@ -196,6 +199,8 @@ int Run(int argc, char** argv) {
         platform.WaitForSignal(static_cast<int>(timers.UntilNextDue().count()));
         timers.RunDue();
     }
+    // A mailbox left waiting by the parameters can take the exit command before the analysis.
+    if (c.endWithoutClosing) return c.gHaySolucion ? kExitSolved : kExitNotSolved;
     if (!platform.ResultLabel().empty()) std::cerr << platform.ResultLabel() << "\n";
     if (o.log) {
         std::string path = o.logPath.empty() ? c.gCarpetaMensajes + NombreFicheroLog(c) : o.logPath;

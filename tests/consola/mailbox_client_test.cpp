@@ -137,6 +137,10 @@ TEST(MailboxClient, ACompleteExchange) {
     field.stars = render::RandomStars(8, 400, 300, 25, 50, 250000, 350000, 3);
     std::string image = home.File("field.fit");
     ASSERT_TRUE(render::WriteFits(image, render::Render(field), render::FitsStorage::Unsigned));
+    // A first start leaves the parameters that the exchange must not change.
+    ASSERT_EQ(Daemon(home, {}).Wait(30s), 0);
+    const std::string parameters = home.Read("param.txt");
+    ASSERT_NE(ParameterValue(home, 8), "8");
 
     Daemon daemon(home, {"5"});
     ASSERT_TRUE(daemon.Started());
@@ -208,12 +212,12 @@ TEST(MailboxClient, ACompleteExchange) {
     EXPECT_EQ(pos[2], "image angle= +000.00");
     ExpectShiftLines(pos[3], pos[4]);
 
-    client.Send({"command file", "", "EXE   exitTornel", ""});
+    // The exit command ends the program at once: the settings of the session stay the client's, and
+    // the last status stands.
+    std::string last = client.Send({"command file", "", "SET   selectedStars", "9", "EXE   exitTornel", ""});
     EXPECT_EQ(daemon.Wait(10s), 0);
-    // Ended cleanly: the parameters were saved with what the messages set.
-    EXPECT_EQ(ParameterValue(home, 14), "12.5");
-    EXPECT_EQ(ParameterValue(home, 8), "8");
-    EXPECT_EQ(ParameterValue(home, 31), "5");
+    EXPECT_EQ(home.Read("param.txt"), parameters);
+    EXPECT_EQ(client.StatusVersion(), last);
     std::string err = home.Read("err.txt");
     EXPECT_NE(err.find("The code 'SET   fooBar' does not exist."), std::string::npos) << err;
     EXPECT_NE(err.find("The value: 2\nis not allowed for the command 'SET   threshold'"), std::string::npos);
