@@ -146,6 +146,10 @@ void ShowCentre(Context& c, int32_t lados) {
                     " (date)  Sides= " + n + "  Deviation= " + deviation + "  Angle= " + angle);
 }
 
+void ShowNoSolution(Context& c) {
+    LabelResul(c, "No encontrado", "Pas de solution", "No solution");
+}
+
 }  // namespace
 
 void Dist_PresentaSolucion(Context& c, int32_t indice, int32_t lados) {
@@ -153,8 +157,10 @@ void Dist_PresentaSolucion(Context& c, int32_t indice, int32_t lados) {
     // An unsafe solution passes when its stars stand where its plate puts them, within the three pixels
     // in which the extension looks for a star; a safe one has shown enough sides already (a blended
     // pair of stars may stand farther off).
-    if (!c.gSolucionSegura && c.mSoluciones[static_cast<size_t>(indice)].worstResidual > kResidualLimit)
+    if (!c.gSolucionSegura && c.mSoluciones[static_cast<size_t>(indice)].worstResidual > kResidualLimit) {
+        ShowNoSolution(c);
         return;
+    }
     ShowCentre(c, lados);
     EscribeIDsEstrellas(c, indice);
     DibujaBrujula(c);
@@ -177,7 +183,11 @@ void Tri_EscribeIDsEstrellas(Context& c) {
 }
 
 void Tri_PresentaSolucion(Context& c) {
-    if (c.mFinAnalisis || !c.gSolucionOK) return;
+    if (c.mFinAnalisis) return;
+    if (!c.gSolucionOK) {
+        ShowNoSolution(c);
+        return;
+    }
     ShowCentre(c, c.gLadosSolucion);
     Tri_EscribeIDsEstrellas(c);
     DibujaBrujula(c);

@@ -20,10 +20,12 @@ void GradosAcadenas(double ar, double de, std::string& textoAr, std::string& tex
 // The distance road's presentation of solution `indice` with `lados` sides: raises gHaySolucion
 // unless the analysis has ended or, for a solution that is not safe, a star of it stands more than
 // three pixels from where its plate puts it, then the position labels, the result line, the summary's
-// "CENTRE:" line, the identified stars, the compass and, for an unsafe solution, the warning.
+// "CENTRE:" line, the identified stars, the compass and, for an unsafe solution, the warning. A
+// solution refused by that test shows "No solution" in the result label.
 void Dist_PresentaSolucion(Context& c, int32_t indice, int32_t lados);
 // The triangle road's presentation of mSolucion with gLadosSolucion sides, when gSolucionOK: raises
-// gHaySolucion, then the same labels, lines and drawings as the distance road.
+// gHaySolucion, then the same labels, lines and drawings as the distance road. Without gSolucionOK,
+// "No solution" in the result label.
 void Tri_PresentaSolucion(Context& c);
 // The catalogue identifier beside each identified star of mSolucion, on the overlay.
 void Tri_EscribeIDsEstrellas(Context& c);
