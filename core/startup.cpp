@@ -193,6 +193,14 @@ void DespuesDeCargaParametros(Context& c) {
     c.platform.ApplyParameters();
 }
 
+std::optional<int16_t> CommandLineMode(const std::string& item) {
+    std::optional<double> mode = FiniteNumber(item);
+    if (!mode) return std::nullopt;
+    double rounded = RoundHalfEven(*mode);
+    if (!(rounded >= 0 && rounded <= 8)) return std::nullopt;
+    return static_cast<int16_t>(rounded);
+}
+
 void ExtraeLineaComandos(Context& c, const std::string& linea) {
     std::string text = Trim(linea);
     if (text.empty()) return;
@@ -204,14 +212,12 @@ void ExtraeLineaComandos(Context& c, const std::string& linea) {
         if (blank == std::string::npos) break;
         start = blank + 1;
     }
-    std::optional<double> mode = FiniteNumber(items[0]);
+    std::optional<int16_t> mode = CommandLineMode(items[0]);
     if (!mode) return;
-    *mode = RoundHalfEven(*mode);
-    if (*mode >= 0 && *mode <= 7) {
-        c.gOrigenImagen = static_cast<int16_t>(*mode);
+    if (*mode <= 7) {
+        c.gOrigenImagen = *mode;
         return;
     }
-    if (*mode != 8) return;
     // Mode 8 alone analyses the image of the parameters and ends.
     c.gAnalizaYsale = true;
     if (items.size() < 2) return;

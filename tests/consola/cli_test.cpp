@@ -42,8 +42,29 @@ TEST(Cli, HelpAndBadUsage) {
     EXPECT_EQ(help.status, 0);
     EXPECT_NE(help.out.find("Usage: tornel-cli"), std::string::npos);
     EXPECT_EQ(RunCli(home, "--frobnicate").status, 2);
-    EXPECT_EQ(RunCli(home, "analyse").status, 2);
-    EXPECT_EQ(RunCli(home, "12 x.fit").status, 2);
+    EXPECT_EQ(RunCli(home, "'8 x.fit'").status, 2);
+}
+
+TEST(Cli, AModeThatIsNoneIsIgnoredAndTheParametersStand) {
+    TempFolder home;
+    // Empty database files pass the start-up checks.
+    for (const char* name : {"est.bin", "pgc.bin", "ani090.bin", "pole000.bin", "pole179.bin"})
+        home.Write(name, "");
+    RunCli(home, "");
+    const std::string parameters = home.Read("param.txt");
+    for (const char* line : {"12 x.fit", "analyse x.fit 10 20", "-1", "8.6 x.fit"}) {
+        Result r = RunCli(home, line);
+        EXPECT_EQ(r.status, 0) << line;
+        EXPECT_NE(r.out.find("CONFIGURATION"), std::string::npos) << line;
+        EXPECT_NE(r.err.find("is not a number from 0 to 8; the command line is ignored"), std::string::npos)
+            << line;
+        EXPECT_EQ(home.Read("param.txt"), parameters) << line;
+    }
+    // A mode that is one is taken and saved.
+    Result r = RunCli(home, "7");
+    EXPECT_EQ(r.status, 0);
+    EXPECT_EQ(r.err.find("is ignored"), std::string::npos);
+    EXPECT_NE(home.Read("param.txt"), parameters);
 }
 
 TEST(Cli, FirstStartReportsAndWritesTheParameters) {
