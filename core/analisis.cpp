@@ -170,12 +170,9 @@ void AnalizaImagen(Context& c) {
         c.gInicioAnalisis = Ahora(c);
         c.timers.TimerEventos.Enabled = true;
         if (!c.gBasesOK) {
+            // Refused before it began: the status files keep what a client read last.
             AvisoResulYresumen(c, "Faltan carpetas o ficheros.", "Base de données ou dossier non trouvé.",
                                "DataBase not found or folder not found.");
-            // The run closes without a failed stage, so the close writes no status: a client polling
-            // tornel.sta must still see that this analysis has ended.
-            c.gUltimoError = "DataBase not found or folder not found.";
-            GrabaTornelSta(c, kEstadoSinSolucion, 0);
             return;
         }
         GrabaTornelSta(c, kEstadoAnalizando, 0);

@@ -32,7 +32,13 @@ struct Run : ::testing::Test {
 
 TEST_F(Run, WithoutDatabasesEndsBeforeAnyImageIsRead) {
     c.gBasesOK = false;
+    // What a client last read of an earlier solution stays as it was.
+    p.home.Write("mail/tornel.sta", "an earlier status\r\n");
+    p.home.Write("mail/tornel.pos", "an earlier position\r\n");
     AnalisisGeneral(c);
+    EXPECT_EQ(p.home.Read("mail/tornel.sta"), "an earlier status\r\n");
+    EXPECT_EQ(p.home.Read("mail/tornel.pos"), "an earlier position\r\n");
+    EXPECT_EQ(c.gUltimoError, "");
     EXPECT_TRUE(p.platform.SummaryHas("DataBase not found or folder not found."));
     EXPECT_EQ(p.platform.labels[1], "DataBase not found or folder not found.");
     // The run stopped on its own, not by a failed stage: no "Position not found.".
