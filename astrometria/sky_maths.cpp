@@ -9,14 +9,15 @@
 namespace tornel {
 
 double GradosEntre0y360(double angle) {
-    if (!std::isfinite(angle)) return angle;
-    // Stepping a value this large would never end: 360 is lost below its last place.
-    if (std::fabs(angle) > 360.0e6) angle = std::fmod(angle, 360.0);
-    while (angle < 0)
-        angle += 360;
-    while (angle >= 360)
-        angle -= 360;
-    return angle;
+    if (!std::isfinite(angle) || (angle >= 0 && angle < 360)) return angle;
+    // Stepping by 360 is exact while a step stays on the value's grid (below 2^56), so the
+    // remainder is what the steps reach, in one exact division; only the last step up from a
+    // negative remainder rounds, and it may round to 360, which the steps then take away.
+    double r = std::fmod(angle, 360.0);
+    if (r < 0) r += 360;
+    if (r >= 360) r -= 360;
+    // A whole number of turns ends at +0, as the last step from -360 does.
+    return r == 0 ? 0.0 : r;
 }
 
 bool HoraGST(Context& c, int32_t anio, int32_t mes, int32_t dia, double segundos, double zona,

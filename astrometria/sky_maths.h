@@ -10,9 +10,9 @@
 
 namespace tornel {
 
-// angle (degrees) brought into 0 <= a < 360 by repeated addition or subtraction of 360, so that the
-// result carries the rounding of each step. A value too far out to be stepped (beyond a million
-// turns) is reduced at once; one that is not finite is returned as it is.
+// angle (degrees) brought into 0 <= a < 360 at once: the very value that repeated addition or
+// subtraction of 360 reaches, rounding included, for any angle below 2^56 in size (some 2 x 10^14
+// turns); beyond, the exact remainder. A value that is not finite is returned as it is.
 double GradosEntre0y360(double angle);
 
 // Greenwich sidereal time of a civil date and time.

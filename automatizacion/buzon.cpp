@@ -85,6 +85,7 @@ void WaitForMessage(Context& c) {
     bool keepWaiting = true;
     if (tipo == 4 && r == 0) {
         keepWaiting = RunPendingCommand(c);
+        if (c.endWithoutClosing) return;
     } else if (tipo == 4 && r == -1) {
         BoxAndSummary(c, "Error en el fichero de mensajes tornel.txt.",
                       "Erreur dans le fichier de massages tornel.txt.",

@@ -347,7 +347,11 @@ bool RunPendingCommand(Context& c) {
         AutoCalibraAngulo(c);
         SaveChangedParameters(c);
     } else if (comando == "EXEexitTornel") {
+        // At once: a client's SET commands must not become the saved parameters, and nothing may
+        // answer for a program that has gone.
         c.mProgramaTerminado = true;
+        c.endWithoutClosing = true;
+        return false;
     }
     return true;
 }

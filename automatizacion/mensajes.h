@@ -25,7 +25,7 @@ void TrataFicheroMensajeDeTipo4(Context& c, const std::string& ruta, int32_t& re
 void DescodificaComando(Context& c, const std::string& codigo, const std::string& valor, int32_t& resultado);
 
 // The EXE command left by the last command message, run once the file has been read. False when
-// the mailbox must stay off: an analysis is already running.
+// the mailbox must stay off: an analysis is already running, or the program is to end at once.
 bool RunPendingCommand(Context& c);
 
 // Adds a final "/" to `ruta` when it lacks one (the caller keeps it) and tells whether the folder

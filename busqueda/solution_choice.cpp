@@ -394,6 +394,8 @@ void AnalisisFinal(Context& c) {
             GrabaTornelPos(c, 1, c.gLadosSolucion);
             GrabaTornelSta(c, kEstadoSolucion, c.gLadosSolucion);
             Dist_PresentaSolucion(c, c.mIndiceSolucion, c.gLadosSolucion);
+        } else {
+            ShowNoSolution(c);
         }
         c.gSolucionOK = c.gHaySolucion;
         if (!c.gHaySolucion) {

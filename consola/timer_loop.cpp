@@ -23,6 +23,8 @@ void TimerLoop::RunDue() {
         Refresh(Clock::now());
         const Timer& t = c_.timers.*table[i].timer;
         Slot& slot = slots_[i];
+        // After the exit command nothing more runs.
+        if (c_.endWithoutClosing) return;
         if (!t.Enabled || slot.running || Clock::now() < slot.due) continue;
         slot.running = true;
         slot.due = Clock::now() + std::chrono::milliseconds(t.Interval);

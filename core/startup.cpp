@@ -7,8 +7,10 @@
 #include <clocale>
 #include <cstdlib>
 #include <filesystem>
+#include <optional>
 #include <vector>
 
+#include "astrometria/sky_maths.h"
 #include "automatizacion/buzon.h"
 #include "catalogo/triangle_database.h"
 #include "comun/build_info.h"
@@ -94,6 +96,25 @@ void FolderWarning(Context& c, const std::string& folder, const char* es, const 
                 en + folder + " does not exist. Update the 'Parameters' option.");
 }
 
+// The value of a numeric text, or nothing when it is no number or too large for a double.
+std::optional<double> FiniteNumber(const std::string& text) {
+    if (!IsNumeric(text)) return std::nullopt;
+    try {
+        return TextToDouble(text);
+    } catch (const NumberedError&) {
+        return std::nullopt;
+    }
+}
+
+// A number written on the command line that no double holds ("1e400") is refused out loud: an
+// angle of it would make every computation of the run meaningless.
+void NotFiniteOnCommandLine(Context& c, const std::string& item, const char* es, const char* fr,
+                            const char* en) {
+    MensajeIdioma(c, es + item + " de la línea de comandos no es un número finito; se ignora.",
+                  fr + item + " de la ligne de commande n'est pas un nombre fini; elle est ignorée.",
+                  en + item + " of the command line is not a finite number; it is ignored.");
+}
+
 }  // namespace
 
 void InicializaVariables(Context& c) {
@@ -172,6 +193,14 @@ void DespuesDeCargaParametros(Context& c) {
     c.platform.ApplyParameters();
 }
 
+std::optional<int16_t> CommandLineMode(const std::string& item) {
+    std::optional<double> mode = FiniteNumber(item);
+    if (!mode) return std::nullopt;
+    double rounded = RoundHalfEven(*mode);
+    if (!(rounded >= 0 && rounded <= 8)) return std::nullopt;
+    return static_cast<int16_t>(rounded);
+}
+
 void ExtraeLineaComandos(Context& c, const std::string& linea) {
     std::string text = Trim(linea);
     if (text.empty()) return;
@@ -183,26 +212,31 @@ void ExtraeLineaComandos(Context& c, const std::string& linea) {
         if (blank == std::string::npos) break;
         start = blank + 1;
     }
-    if (!IsNumeric(items[0])) return;
-    double mode = RoundHalfEven(TextToDouble(items[0]));
-    if (mode >= 0 && mode <= 7) {
-        c.gOrigenImagen = static_cast<int16_t>(mode);
+    std::optional<int16_t> mode = CommandLineMode(items[0]);
+    if (!mode) return;
+    if (*mode <= 7) {
+        c.gOrigenImagen = *mode;
         return;
     }
-    if (mode != 8) return;
     // Mode 8 alone analyses the image of the parameters and ends.
     c.gAnalizaYsale = true;
     if (items.size() < 2) return;
     ExtraeNombreDeRuta(c, items[1]);
     if (items.size() < 3 || !IsNumeric(items[2])) return;
-    double ra = TextToDouble(items[2]);
-    while (ra < 0)
-        ra += 360;
-    while (ra >= 360)
-        ra -= 360;
-    c.gCentroComandoRA = ra;
+    std::optional<double> ra = FiniteNumber(items[2]);
+    if (!ra) {
+        NotFiniteOnCommandLine(c, items[2], "La ascensión recta ", "L'ascension droite ",
+                               "The right ascension ");
+        return;
+    }
+    c.gCentroComandoRA = GradosEntre0y360(*ra);
     if (items.size() < 4 || !IsNumeric(items[3])) return;
-    c.gCentroComandoDEC = TextToDouble(items[3]);
+    std::optional<double> dec = FiniteNumber(items[3]);
+    if (!dec) {
+        NotFiniteOnCommandLine(c, items[3], "La declinación ", "La déclinaison ", "The declination ");
+        return;
+    }
+    c.gCentroComandoDEC = *dec;
 }
 
 void Form_Load(Context& c, const std::string& lineaComandos) {

@@ -1,6 +1,8 @@
 #pragma once
 // Start-up and shutdown: program folder, single instance, the checks of folders, library and
 // databases, the database in force and the command line.
+#include <cstdint>
+#include <optional>
 #include <string>
 
 #include "catalogo/database_choice.h"
@@ -33,7 +35,11 @@ void CompruebaDLL(Context& c);
 bool CompruebaCarpetas(Context& c);
 // The second half of the start-up, run again whenever the parameters change.
 void DespuesDeCargaParametros(Context& c);
-// The command line: mode, image path, RA, DEC.
+// The mode that the first item of a command line gives: a number that rounds to 0 to 8. Any other
+// item gives none, and the whole line is ignored.
+std::optional<int16_t> CommandLineMode(const std::string& item);
+// The command line: mode, image path, RA, DEC. The RA is brought into 0..360; an RA or DEC that no
+// double holds is told and ignored, as a mode of that kind is.
 void ExtraeLineaComandos(Context& c, const std::string& linea);
 
 // The whole start-up of the main program, with its command line (already joined by blanks).

@@ -89,7 +89,7 @@ void TimerExtraer_Timer(Context& c) {
     double inicio = Ahora(c);
     c.mFinAnalisis = false;
     PreparaNuevaImagen(c);
-    LabelResul(c, "Detener", "Arrêter", "Stop");
+    ShowStopWord(c);
     CargaImagen(c);
     c.mSoloExtraer = true;
     CalculaBrilloDeFondoYumbral(c);

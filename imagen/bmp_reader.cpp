@@ -1,5 +1,5 @@
 // The BMP reader: file header, the bitmap header in its several sizes, palette, bit fields, rows
-// padded to 4 bytes, bottom-up or top-down.
+// padded to 4 bytes, bottom-up or top-down, and the run-length streams of 4 and 8 bits.
 #include <array>
 #include <cstdint>
 #include <fstream>
@@ -12,7 +12,7 @@ namespace tornel {
 
 namespace {
 
-constexpr uint32_t kRgb = 0, kBitFields = 3, kAlphaBitFields = 6;
+constexpr uint32_t kRgb = 0, kRle8 = 1, kRle4 = 2, kBitFields = 3, kAlphaBitFields = 6;
 
 uint32_t Le32(const unsigned char* p) {
     return uint32_t{p[0]} | (uint32_t{p[1]} << 8) | (uint32_t{p[2]} << 16) | (uint32_t{p[3]} << 24);
@@ -82,6 +82,9 @@ bool ReadLayout(std::ifstream& in, uint64_t fileSize, Layout& l) {
         l.green = Channel(Le32(&masks[4]));
         l.blue = Channel(Le32(&masks[8]));
         if (l.bits != 16 && l.bits != 32) return false;
+    } else if (l.compression == kRle8 || l.compression == kRle4) {
+        // Runs are of palette indices, and a run-length bitmap is always stored bottom-up.
+        if (l.bits != (l.compression == kRle8 ? 8 : 4) || l.topDown) return false;
     } else if (l.compression != kRgb) {
         return false;
     } else if (l.bits == 16) {
@@ -139,6 +142,66 @@ void DecodeRow(const Layout& l, const unsigned char* src, uint32_t* dst) {
     }
 }
 
+// Decodes a run-length stream into `pixels` (zeroed, W x H in `order`): pairs of a count and a
+// palette index (two alternating indices in a byte for 4 bits), or a zero and an escape: 0 end of line,
+// 1 end of bitmap, 2 a move right and up by the next two bytes, 3 or more that many indices given
+// one by one, padded to a 16-bit word. Pixels the stream skips stay black. False for a stream that
+// would place a pixel or a move outside the picture, or that ends, without its end of bitmap, before
+// its last row is complete.
+bool DecodeRunLength(const Layout& l, const std::vector<unsigned char>& s, RowOrder order, uint32_t* pixels) {
+    const auto w = static_cast<uint64_t>(l.width), h = static_cast<uint64_t>(l.height);
+    const bool four = l.compression == kRle4;
+    uint64_t x = 0, y = 0;
+    size_t at = 0;
+    auto colour = [&](uint32_t index) { return index < l.palette.size() ? l.palette[index] : 0u; };
+    // Places `count` pixels from x on, the k-th of index `indexAt(k)`, unless they leave the row.
+    auto place = [&](uint64_t count, auto indexAt) {
+        if (y >= h || x + count > w) return false;
+        uint32_t* row = pixels + (order == RowOrder::BottomFirst ? y : h - 1 - y) * w;
+        for (uint64_t k = 0; k < count; ++k)
+            row[x + k] = colour(indexAt(k));
+        x += count;
+        return true;
+    };
+    while (true) {
+        if (at + 2 > s.size()) return y >= h || (y + 1 == h && x == w);
+        const uint32_t count = s[at], value = s[at + 1];
+        at += 2;
+        if (count > 0) {
+            if (!place(count,
+                       [&](uint64_t k) { return four ? (k % 2 == 0 ? value >> 4 : value & 0xFu) : value; }))
+                return false;
+            continue;
+        }
+        switch (value) {
+            case 0:
+                x = 0;
+                ++y;
+                break;
+            case 1:
+                return true;
+            case 2:
+                if (at + 2 > s.size()) return false;
+                x += s[at];
+                y += s[at + 1];
+                at += 2;
+                if (x > w || y > h) return false;
+                break;
+            default: {
+                const size_t bytes = four ? (value + 1) / 2 : value;
+                if (at + bytes > s.size()) return false;
+                const unsigned char* run = &s[at];
+                if (!place(value, [&](uint64_t k) {
+                        return four ? (run[k / 2] >> (k % 2 == 0 ? 4 : 0)) & 0xFu : uint32_t{run[k]};
+                    }))
+                    return false;
+                at += bytes + bytes % 2;
+                break;
+            }
+        }
+    }
+}
+
 }  // namespace
 
 bool ReadBmp(const std::string& path, RowOrder order, Picture& out) {
@@ -154,6 +217,16 @@ bool ReadBmp(const std::string& path, RowOrder order, Picture& out) {
     out.height = l.height;
     if (l.width == 0 || l.height == 0) return true;
     if (ImageTooLarge(l.width, l.height)) return false;
+
+    if (l.compression == kRle8 || l.compression == kRle4) {
+        if (l.dataOffset >= fileSize) return false;
+        std::vector<unsigned char> stream(fileSize - l.dataOffset);
+        in.seekg(l.dataOffset);
+        if (!in.read(reinterpret_cast<char*>(stream.data()), static_cast<std::streamsize>(stream.size())))
+            return false;
+        out.pixels.resize(static_cast<size_t>(l.width) * static_cast<size_t>(l.height));
+        return DecodeRunLength(l, stream, order, out.pixels.data());
+    }
 
     const uint64_t rowBytes = (uint64_t{l.bits} * static_cast<uint64_t>(l.width) + 31) / 32 * 4;
     const auto h = static_cast<uint64_t>(l.height);

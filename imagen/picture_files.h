@@ -26,7 +26,7 @@ enum class RowOrder { BottomFirst, TopFirst };
 // that declares more than kMaxImagePixels gives false with its width and height and no pixels, before
 // anything is allocated.
 // BMP: 1, 4 and 8 bits with a palette, 16 bits (5-5-5 or bit fields), 24 and 32 bits (also with
-// bit fields), bottom-up or top-down; no run-length compression.
+// bit fields), bottom-up or top-down; 4 and 8 bits also run-length compressed (bottom-up only).
 bool ReadBmp(const std::string& path, RowOrder order, Picture& out);
 // JPG through libjpeg-turbo, grey or colour; CMYK pictures and files that end early are refused.
 bool ReadJpg(const std::string& path, RowOrder order, Picture& out);

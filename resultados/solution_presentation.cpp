@@ -148,6 +148,10 @@ void ShowCentre(Context& c, int32_t lados) {
 
 }  // namespace
 
+void ShowNoSolution(Context& c) {
+    LabelResul(c, "No encontrado", "Pas de solution", "No solution");
+}
+
 bool Dist_SolucionPasa(const Context& c, int32_t indice) {
     if (c.mFinAnalisis || indice < 1 || static_cast<size_t>(indice) >= c.mSoluciones.size()) return false;
     // An unsafe solution passes when its stars stand where its plate puts them, within the three pixels
@@ -157,7 +161,10 @@ bool Dist_SolucionPasa(const Context& c, int32_t indice) {
 }
 
 void Dist_PresentaSolucion(Context& c, int32_t indice, int32_t lados) {
-    if (!Dist_SolucionPasa(c, indice)) return;
+    if (!Dist_SolucionPasa(c, indice)) {
+        ShowNoSolution(c);
+        return;
+    }
     ShowCentre(c, lados);
     EscribeIDsEstrellas(c, indice);
     DibujaBrujula(c);
@@ -180,7 +187,11 @@ void Tri_EscribeIDsEstrellas(Context& c) {
 }
 
 void Tri_PresentaSolucion(Context& c) {
-    if (c.mFinAnalisis || !c.gSolucionOK) return;
+    if (c.mFinAnalisis) return;
+    if (!c.gSolucionOK) {
+        ShowNoSolution(c);
+        return;
+    }
     ShowCentre(c, c.gLadosSolucion);
     Tri_EscribeIDsEstrellas(c);
     DibujaBrujula(c);

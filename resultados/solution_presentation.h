@@ -17,6 +17,9 @@ constexpr double kResidualLimit = 3;
 // Degrees to "hhHmmMss.ssS" ("05h35m17.30s") and "+dd°mm'ss.s" ("+22°00'52.2").
 void GradosAcadenas(double ar, double de, std::string& textoAr, std::string& textoDe);
 
+// The result label of a candidate refused: "No solution".
+void ShowNoSolution(Context& c);
+
 // Whether solution `indice` of the distance road may be announced: a safe one, or one whose stars stand
 // within the residual limit of its plate, and no failure before.
 bool Dist_SolucionPasa(const Context& c, int32_t indice);
@@ -24,10 +27,12 @@ bool Dist_SolucionPasa(const Context& c, int32_t indice);
 // The distance road's presentation of solution `indice` with `lados` sides: raises gHaySolucion
 // unless the analysis has ended or, for a solution that is not safe, a star of it stands more than
 // three pixels from where its plate puts it, then the position labels, the result line, the summary's
-// "CENTRE:" line, the identified stars, the compass and, for an unsafe solution, the warning.
+// "CENTRE:" line, the identified stars, the compass and, for an unsafe solution, the warning. A
+// solution refused by that test shows "No solution" in the result label.
 void Dist_PresentaSolucion(Context& c, int32_t indice, int32_t lados);
 // The triangle road's presentation of mSolucion with gLadosSolucion sides, when gSolucionOK: raises
-// gHaySolucion, then the same labels, lines and drawings as the distance road.
+// gHaySolucion, then the same labels, lines and drawings as the distance road. Without gSolucionOK,
+// "No solution" in the result label.
 void Tri_PresentaSolucion(Context& c);
 // The catalogue identifier beside each identified star of mSolucion, on the overlay.
 void Tri_EscribeIDsEstrellas(Context& c);

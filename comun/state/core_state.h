@@ -118,6 +118,8 @@ struct CoreState {
     Timers timers;
     // The program has been asked to end (analyse-and-exit done, exit command): the front end closes.
     bool mProgramaTerminado = false;
+    // The exit command: the front end ends at once, without the closing steps (nothing saved).
+    bool endWithoutClosing = false;
 };
 
 }  // namespace tornel

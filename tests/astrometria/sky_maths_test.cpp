@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
+#include <random>
 
 #include "tests/support/star_files.h"
 
@@ -14,15 +16,51 @@ namespace {
 using testing::CatalogueProgram;
 using testing::TestProgram;
 
-TEST(SkyMaths, AnglesAreBroughtIntoOneTurn) {
+// The rule the reduction must keep: add or subtract 360 until the angle lies in one turn.
+double Stepped(double angle) {
+    while (angle < 0)
+        angle += 360;
+    while (angle >= 360)
+        angle -= 360;
+    return angle;
+}
+
+// Equal as bits: the sign of a zero counts.
+void ExpectSameAsStepping(double angle) {
+    const double expected = Stepped(angle), got = GradosEntre0y360(angle);
+    EXPECT_EQ(std::memcmp(&expected, &got, sizeof got), 0)
+        << std::hexfloat << angle << " gives " << got << ", stepping " << expected;
+}
+
+TEST(SkyMaths, AnglesAreBroughtIntoOneTurnAsSteppingDoes) {
     EXPECT_EQ(GradosEntre0y360(-30), 330);
     EXPECT_EQ(GradosEntre0y360(720), 0);
-    // Stepping carries each step's rounding: -1e-14 + 360 is 360 - 1e-14, not 360.
-    EXPECT_LT(GradosEntre0y360(-1e-14), 360);
-    // Far out of range it still ends, inside the turn.
-    double far = GradosEntre0y360(1e300);
-    EXPECT_TRUE(far >= 0 && far < 360);
+    for (double a : {0.0, -0.0, 359.0, 360.0, -360.0, 720.0, -720.0, 3600.0, -3600.0, 1e-300, -1e-300,
+                     -4.9e-324, -1e-14, -1e-13, 123.456, -123.456, 1e6 + 0.1, -1e6 - 0.1})
+        ExpectSameAsStepping(a);
+    // Exact multiples and their neighbours, where a last step up can round to 360.
+    for (int turns = -2000; turns <= 2000; turns += 7) {
+        const double whole = 360.0 * turns;
+        ExpectSameAsStepping(whole);
+        ExpectSameAsStepping(std::nextafter(whole, -1e9));
+        ExpectSameAsStepping(std::nextafter(whole, 1e9));
+    }
+    std::mt19937_64 random(12);
+    std::uniform_real_distribution<double> near(-1e4, 1e4), far(-1e7, 1e7);
+    for (int i = 0; i < 3000; ++i) {
+        ExpectSameAsStepping(near(random));
+        ExpectSameAsStepping(far(random));
+    }
+    // Far out of range, where stepping would never end, it ends at once inside the turn.
+    for (double a : {1e20, -1e20, 1e300, -1e300}) {
+        const double r = GradosEntre0y360(a);
+        EXPECT_TRUE(r >= 0 && r < 360) << a;
+        if (a > 0) {
+            EXPECT_EQ(r, std::fmod(a, 360.0)) << a;
+        }
+    }
     EXPECT_TRUE(std::isnan(GradosEntre0y360(NAN)));
+    EXPECT_EQ(GradosEntre0y360(-INFINITY), -INFINITY);
 }
 
 // Greenwich mean sidereal time from astropy 5.2 (Time(t, scale="ut1").sidereal_time("mean",

@@ -76,6 +76,20 @@ TEST(Mailbox, OnlyTheLastExecuteRunsAfterTheFile) {
     EXPECT_EQ(p.c.mResumen, "");
 }
 
+TEST(Mailbox, ExitCommandEndsAtOnce) {
+    MailboxProgram p;
+    p.Commands({"SET   selectedStars", "9", "EXE   exitTornel", ""});
+    int64_t writes = p.c.statusWrites;
+    p.Tick();
+    EXPECT_EQ(p.c.gEstrellasSeleccionar, 9);
+    EXPECT_TRUE(p.c.mProgramaTerminado);
+    EXPECT_TRUE(p.c.endWithoutClosing);
+    // Nothing answers for a program that has gone, and the mailbox is no longer watched.
+    EXPECT_EQ(p.c.statusWrites, writes);
+    EXPECT_FALSE(p.c.timers.TimerBuzon.Enabled);
+    EXPECT_FALSE(FileExists(RutaParametros(p.c)));
+}
+
 TEST(Mailbox, ModeCommandStopsTheWait) {
     MailboxProgram p;
     p.Commands({"EXE   mode", "3"}, 20);

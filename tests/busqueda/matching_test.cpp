@@ -338,6 +338,27 @@ TEST(Presentation, DegreesToTexts) {
     EXPECT_EQ(dec, "+00°00'00.0");
 }
 
+TEST(Presentation, NoSolutionIsToldInTheResultLabelInEachLanguage) {
+    // The triangle road's best candidate has too few sides.
+    for (auto [language, text] :
+         {std::pair{0, "No solution"}, {1, "No encontrado"}, {2, "Pas de solution"}}) {
+        TestProgram p;
+        p.c.gIdioma = language;
+        p.c.gSolucionOK = false;
+        Tri_PresentaSolucion(p.c);
+        EXPECT_EQ(p.platform.labels, std::vector<std::string>{text});
+        EXPECT_FALSE(p.c.gHaySolucion);
+    }
+    // The distance road's solution is unsafe and a star of it stands four pixels off its plate.
+    TestProgram p;
+    p.c.mSoluciones.resize(2);
+    p.c.mSoluciones[1].worstResidual = 4;
+    p.c.gSolucionSegura = false;
+    Dist_PresentaSolucion(p.c, 1, 10);
+    EXPECT_EQ(p.platform.labels, std::vector<std::string>{"No solution"});
+    EXPECT_FALSE(p.c.gHaySolucion);
+}
+
 TEST(Presentation, ImageAngleOfASolvedPlate) {
     // Plates solved from three stars of fields turned by known angles, north and south.
     for (auto [dec, turn] : {std::pair{40.0, 37.0}, {-40.0, 200.0}, {75.0, 310.0}}) {

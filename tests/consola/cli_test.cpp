@@ -1,12 +1,17 @@
 // tornel-cli as a user runs it: usage, start-up report, analyse-and-exit, single instance, exit codes.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <string>
 
 #include "core/startup.h"
 #include "herramientas/render/render.h"
+#include "tests/consola/cli_process.h"
 #include "tests/support/temp_folder.h"
 
 namespace tornel {
@@ -37,8 +42,29 @@ TEST(Cli, HelpAndBadUsage) {
     EXPECT_EQ(help.status, 0);
     EXPECT_NE(help.out.find("Usage: tornel-cli"), std::string::npos);
     EXPECT_EQ(RunCli(home, "--frobnicate").status, 2);
-    EXPECT_EQ(RunCli(home, "analyse").status, 2);
-    EXPECT_EQ(RunCli(home, "12 x.fit").status, 2);
+    EXPECT_EQ(RunCli(home, "'8 x.fit'").status, 2);
+}
+
+TEST(Cli, AModeThatIsNoneIsIgnoredAndTheParametersStand) {
+    TempFolder home;
+    // Empty database files pass the start-up checks.
+    for (const char* name : {"est.bin", "pgc.bin", "ani090.bin", "pole000.bin", "pole179.bin"})
+        home.Write(name, "");
+    RunCli(home, "");
+    const std::string parameters = home.Read("param.txt");
+    for (const char* line : {"12 x.fit", "analyse x.fit 10 20", "-1", "8.6 x.fit"}) {
+        Result r = RunCli(home, line);
+        EXPECT_EQ(r.status, 0) << line;
+        EXPECT_NE(r.out.find("CONFIGURATION"), std::string::npos) << line;
+        EXPECT_NE(r.err.find("is not a number from 0 to 8; the command line is ignored"), std::string::npos)
+            << line;
+        EXPECT_EQ(home.Read("param.txt"), parameters) << line;
+    }
+    // A mode that is one is taken and saved.
+    Result r = RunCli(home, "7");
+    EXPECT_EQ(r.status, 0);
+    EXPECT_EQ(r.err.find("is ignored"), std::string::npos);
+    EXPECT_NE(home.Read("param.txt"), parameters);
 }
 
 TEST(Cli, FirstStartReportsAndWritesTheParameters) {
@@ -67,6 +93,46 @@ TEST(Cli, AnalysisWithMissingDatabasesEndsWithItsMessage) {
     EXPECT_NE(r.out.find("DataBase not found or folder not found."), std::string::npos);
     EXPECT_NE(r.err.find("Warning: Stars DataBase " + home.Path() + "est.bin not found"), std::string::npos);
     EXPECT_NE(home.Read("run.log").find("DataBase not found or folder not found.\r\n"), std::string::npos);
+}
+
+TEST(Cli, AnyRightAscensionIsReducedAtOnce) {
+    TempFolder home;
+    RunCli(home, "");
+    // Far beyond any turn, where adding or subtracting 360 changes nothing; no databases, so the run
+    // ends as soon as the start-up is over.
+    testing::CliProcess far(home, {"8", home.File("m42.fit"), "1e20", "0"});
+    EXPECT_EQ(far.Wait(std::chrono::seconds(60)), 2);
+    // One that no double holds is told and left out.
+    testing::CliProcess huge(home, {"8", home.File("m42.fit"), "1e400", "0"});
+    EXPECT_EQ(huge.Wait(std::chrono::seconds(60)), 2);
+    std::string err = home.Read("err.txt");
+    EXPECT_NE(
+        err.find("The right ascension 1e400 of the command line is not a finite number; it is ignored."),
+        std::string::npos)
+        << err;
+    EXPECT_EQ(err.find("Err.Number"), std::string::npos) << err;
+}
+
+TEST(Cli, SigtermEndsAProgramThatCannotYield) {
+    TempFolder home;
+    RunCli(home, "");
+    // Standard output into a pipe that is full and never read: the first summary line blocks the
+    // program in its write, where it never reaches a point that reads the signal.
+    int pipeFds[2];
+    ASSERT_EQ(::pipe(pipeFds), 0);
+    ::fcntl(pipeFds[1], F_SETFL, O_NONBLOCK);
+    const std::string block(4096, 'x');
+    while (::write(pipeFds[1], block.data(), block.size()) > 0) {
+    }
+    ::fcntl(pipeFds[1], F_SETFL, 0);
+    testing::CliProcess stuck(home, {"8", home.File("m42.fit")}, pipeFds[1]);
+    ::close(pipeFds[1]);
+    ASSERT_TRUE(stuck.Started());
+    // Blocked for good: still there after a while.
+    EXPECT_EQ(stuck.Wait(std::chrono::milliseconds(1500)), -1);
+    stuck.Signal(SIGTERM);
+    EXPECT_EQ(stuck.Wait(std::chrono::seconds(20)), 128 + SIGTERM);
+    ::close(pipeFds[0]);
 }
 
 TEST(Cli, AMissingRegionIndexIsRebuiltAtStartUp) {

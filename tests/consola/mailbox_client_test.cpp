@@ -3,12 +3,7 @@
 // and by signal.
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <spawn.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <fcntl.h>
 
 #include <chrono>
 #include <ctime>
@@ -19,68 +14,15 @@
 #include <vector>
 
 #include "herramientas/render/render.h"
+#include "tests/consola/cli_process.h"
 #include "tests/support/temp_folder.h"
-
-extern char** environ;
 
 namespace tornel {
 namespace {
 
+using Daemon = testing::CliProcess;
 using testing::TempFolder;
 using namespace std::chrono_literals;
-
-// tornel-cli started in the background on a program folder, its output kept in files there.
-class Daemon {
-  public:
-    Daemon(const TempFolder& home, const std::vector<std::string>& args) {
-        std::string cli = std::string(TORNEL_BINARY_DIR) + "/consola/tornel-cli";
-        std::vector<std::string> argv = {cli};
-        argv.insert(argv.end(), args.begin(), args.end());
-        std::vector<char*> av;
-        for (auto& a : argv)
-            av.push_back(a.data());
-        av.push_back(nullptr);
-        std::string homeVar = "TORNEL_HOME=" + home.Path();
-        std::vector<char*> env = {homeVar.data()};
-        for (char** e = environ; *e; ++e)
-            if (std::string(*e).rfind("TORNEL_HOME=", 0) != 0) env.push_back(*e);
-        env.push_back(nullptr);
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_addopen(&actions, 1, home.File("out.txt").c_str(),
-                                         O_WRONLY | O_CREAT | O_TRUNC, 0644);
-        posix_spawn_file_actions_addopen(&actions, 2, home.File("err.txt").c_str(),
-                                         O_WRONLY | O_CREAT | O_TRUNC, 0644);
-        if (posix_spawn(&pid_, cli.c_str(), &actions, nullptr, av.data(), env.data()) != 0) pid_ = -1;
-        posix_spawn_file_actions_destroy(&actions);
-    }
-    ~Daemon() {
-        if (pid_ > 0) {
-            ::kill(pid_, SIGKILL);
-            ::waitpid(pid_, nullptr, 0);
-        }
-    }
-    Daemon(const Daemon&) = delete;
-    Daemon& operator=(const Daemon&) = delete;
-
-    bool Started() const { return pid_ > 0; }
-    void Signal(int signal) const { ::kill(pid_, signal); }
-    // The exit status, or -1 when it is still running after `limit`.
-    int Wait(std::chrono::milliseconds limit) {
-        for (auto end = std::chrono::steady_clock::now() + limit; std::chrono::steady_clock::now() < end;) {
-            int status = 0;
-            if (::waitpid(pid_, &status, WNOHANG) == pid_) {
-                pid_ = -1;
-                return WIFEXITED(status) ? WEXITSTATUS(status) : -2;
-            }
-            std::this_thread::sleep_for(20ms);
-        }
-        return -1;
-    }
-
-  private:
-    pid_t pid_ = -1;
-};
 
 std::vector<std::string> CrLfLines(const std::string& bytes) {
     std::vector<std::string> lines;
@@ -195,6 +137,10 @@ TEST(MailboxClient, ACompleteExchange) {
     field.stars = render::RandomStars(8, 400, 300, 25, 50, 250000, 350000, 3);
     std::string image = home.File("field.fit");
     ASSERT_TRUE(render::WriteFits(image, render::Render(field), render::FitsStorage::Unsigned));
+    // A first start leaves the parameters that the exchange must not change.
+    ASSERT_EQ(Daemon(home, {}).Wait(30s), 0);
+    const std::string parameters = home.Read("param.txt");
+    ASSERT_NE(ParameterValue(home, 8), "8");
 
     Daemon daemon(home, {"5"});
     ASSERT_TRUE(daemon.Started());
@@ -266,12 +212,12 @@ TEST(MailboxClient, ACompleteExchange) {
     EXPECT_EQ(pos[2], "image angle= +000.00");
     ExpectShiftLines(pos[3], pos[4]);
 
-    client.Send({"command file", "", "EXE   exitTornel", ""});
+    // The exit command ends the program at once: the settings of the session stay the client's, and
+    // the last status stands.
+    std::string last = client.Send({"command file", "", "SET   selectedStars", "9", "EXE   exitTornel", ""});
     EXPECT_EQ(daemon.Wait(10s), 0);
-    // Ended cleanly: the parameters were saved with what the messages set.
-    EXPECT_EQ(ParameterValue(home, 14), "12.5");
-    EXPECT_EQ(ParameterValue(home, 8), "8");
-    EXPECT_EQ(ParameterValue(home, 31), "5");
+    EXPECT_EQ(home.Read("param.txt"), parameters);
+    EXPECT_EQ(client.StatusVersion(), last);
     std::string err = home.Read("err.txt");
     EXPECT_NE(err.find("The code 'SET   fooBar' does not exist."), std::string::npos) << err;
     EXPECT_NE(err.find("The value: 2\nis not allowed for the command 'SET   threshold'"), std::string::npos);

@@ -2,6 +2,7 @@
 // choice of image.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 
@@ -31,7 +32,13 @@ struct Run : ::testing::Test {
 
 TEST_F(Run, WithoutDatabasesEndsBeforeAnyImageIsRead) {
     c.gBasesOK = false;
+    // What a client last read of an earlier solution stays as it was.
+    p.home.Write("mail/tornel.sta", "an earlier status\r\n");
+    p.home.Write("mail/tornel.pos", "an earlier position\r\n");
     AnalisisGeneral(c);
+    EXPECT_EQ(p.home.Read("mail/tornel.sta"), "an earlier status\r\n");
+    EXPECT_EQ(p.home.Read("mail/tornel.pos"), "an earlier position\r\n");
+    EXPECT_EQ(c.gUltimoError, "");
     EXPECT_TRUE(p.platform.SummaryHas("DataBase not found or folder not found."));
     EXPECT_EQ(p.platform.labels[1], "DataBase not found or folder not found.");
     // The run stopped on its own, not by a failed stage: no "Position not found.".
@@ -110,6 +117,29 @@ TEST_F(Run, StopLabelOnlyStopsASearch) {
     EXPECT_TRUE(c.gDetenerAnalisis);
     EXPECT_EQ(p.platform.LastLabel(), "Interrupted");
     EXPECT_EQ(p.platform.titles.back(), "TORNEL - Interrupted by user.");
+}
+
+TEST_F(Run, FrenchStopsWithTheEnglishWord) {
+    c.gIdioma = 2;
+    c.gBasesOK = true;
+    c.timers.TimerExtraer.Enabled = true;
+    TimerExtraer_Timer(c);
+    auto& labels = p.platform.labels;
+    EXPECT_NE(std::find(labels.begin(), labels.end(), "Stop"), labels.end());
+    c.mTextoLabelResultado = "Stop";
+    c.mTituloActual = "TORNEL - ";
+    LabelResultado_Click(c);
+    EXPECT_TRUE(c.gDetenerAnalisis);
+    EXPECT_EQ(p.platform.LastLabel(), "Interrompu");
+    EXPECT_EQ(p.platform.titles.back(), "TORNEL - Interrompu par l'opérateur.");
+    // Spanish has its own word, and the English one does nothing there.
+    c.gIdioma = 1;
+    c.gDetenerAnalisis = false;
+    LabelResultado_Click(c);
+    EXPECT_FALSE(c.gDetenerAnalisis);
+    c.mTextoLabelResultado = "Detener";
+    LabelResultado_Click(c);
+    EXPECT_TRUE(c.gDetenerAnalisis);
 }
 
 TEST_F(Run, AnalyseAndEndRunsOnceAndAsksTheProgramToEnd) {

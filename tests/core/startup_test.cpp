@@ -1,6 +1,7 @@
 // Start-up: folders, databases, the database in force, the command line, profiles and the dialog.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <filesystem>
 
 #include "core/parameter_dialog.h"
@@ -190,6 +191,10 @@ TEST(CommandLine, Rules) {
         {"  ", 0, false, "", -100, 0},
         {"6", 6, false, "", -100, 0},
         {"9", 0, false, "", -100, 0},
+        {"-0.4", 0, false, "", -100, 0},
+        {"6.5", 6, false, "", -100, 0},
+        {"8.5 /img/a.fit", 0, true, "/img/a.fit", -100, 0},
+        {"-1 /img/a.fit", 0, false, "", -100, 0},
         {"x", 0, false, "", -100, 0},
         {"2 /img/a.fit 10 20", 2, false, "", -100, 0},
         {"x /img/a.fit", 0, false, "", -100, 0},
@@ -199,6 +204,14 @@ TEST(CommandLine, Rules) {
         {"8 /img/a.fit 83.82 -5.39", 0, true, "/img/a.fit", 83.82, -5.39},
         {"8 /img/a.fit -10 5", 0, true, "/img/a.fit", 350, 5},
         {"8 /img/a.fit 725 5", 0, true, "/img/a.fit", 5, 5},
+        {"8 /img/a.fit -720 5", 0, true, "/img/a.fit", 0, 5},
+        // Far beyond any turn the RA is still reduced, at once.
+        {"8 /img/a.fit 1e20 0", 0, true, "/img/a.fit", std::fmod(1e20, 360.0), 0},
+        {"8 /img/a.fit -1e20 0", 0, true, "/img/a.fit", std::fmod(-1e20, 360.0) + 360, 0},
+        // Numbers that no double holds are refused: the mode is ignored, the RA or DEC not taken.
+        {"1e400 /img/a.fit", 0, false, "", -100, 0},
+        {"8 /img/a.fit 1e400 5", 0, true, "/img/a.fit", -100, 0},
+        {"8 /img/a.fit 10 -1e999", 0, true, "/img/a.fit", 10, 0},
         {"8 /img/a.fit north 5", 0, true, "/img/a.fit", -100, 0},
         {"8 /img/a.fit 10 south", 0, true, "/img/a.fit", 10, 0},
         {"8 /img/a.fit 10,5 -5,25 extra items", 0, true, "/img/a.fit", 10.5, -5.25},
@@ -218,6 +231,19 @@ TEST(CommandLine, Rules) {
         EXPECT_DOUBLE_EQ(p.c.gCentroComandoRA, k.ra) << k.line;
         EXPECT_DOUBLE_EQ(p.c.gCentroComandoDEC, k.dec) << k.line;
     }
+}
+
+TEST(CommandLine, AnAngleNoDoubleHoldsIsToldInTheLanguageInForce) {
+    TestProgram p;
+    Form_Load(p.c, "8 /img/a.fit 1e400 5");
+    EXPECT_TRUE(p.platform.HasMessage(
+        "The right ascension 1e400 of the command line is not a finite number; it is ignored."));
+    // The start-up went on to its end.
+    EXPECT_TRUE(p.c.timers.TimerAnalizaYsale.Enabled);
+    p.c.gIdioma = 2;
+    ExtraeLineaComandos(p.c, "8 /img/a.fit 10 -1e999");
+    EXPECT_EQ(p.platform.messages.back(),
+              "La déclinaison -1e999 de la ligne de commande n'est pas un nombre fini; elle est ignorée.");
 }
 
 TEST(CommandLine, AnalyseAndEndEnablesItsTimer) {

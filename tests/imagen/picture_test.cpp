@@ -77,6 +77,119 @@ TEST_F(Pictures, OneBitPaletteBmp) {
     EXPECT_EQ(Brightness(c, 1, 2), 0);
 }
 
+// A BMP with a palette of greys (entry i: grey i x step) and `data` as its pixels: rows of indices,
+// bottom first, for compression 0, or a run-length stream for 1 (8 bits) and 2 (4 bits).
+std::string PaletteBmp(int32_t width, int32_t height, int bits, uint32_t compression,
+                       const std::string& data) {
+    std::string b = "BM";
+    auto le32 = [&](uint32_t v) {
+        for (int i = 0; i < 4; ++i)
+            b += static_cast<char>((v >> (8 * i)) & 0xFF);
+    };
+    auto le16 = [&](uint32_t v) { b += static_cast<char>(v & 0xFF), b += static_cast<char>(v >> 8); };
+    const uint32_t colours = 1u << bits, step = bits == 4 ? 17 : 1;
+    const auto offset = 14 + 40 + 4 * colours;
+    le32(offset + static_cast<uint32_t>(data.size())), le32(0), le32(offset);
+    le32(40), le32(static_cast<uint32_t>(width)), le32(static_cast<uint32_t>(height)), le16(1), le16(bits);
+    le32(compression), le32(static_cast<uint32_t>(data.size())), le32(0), le32(0), le32(colours), le32(0);
+    for (uint32_t i = 0; i < colours; ++i)
+        le32(i * step * 0x010101u);
+    return b + data;
+}
+
+// The same picture uncompressed: rows of indices, bottom first, packed and padded to 4 bytes.
+std::string PlainRows(const std::vector<std::vector<int>>& rows, int bits) {
+    std::string data;
+    for (const auto& row : rows) {
+        std::string packed;
+        for (size_t x = 0; x < row.size(); ++x)
+            if (bits == 8)
+                packed += static_cast<char>(row[x]);
+            else if (x % 2 == 0)
+                packed += static_cast<char>(row[x] << 4);
+            else
+                packed.back() = static_cast<char>(packed.back() | row[x]);
+        packed.resize((packed.size() + 3) / 4 * 4, '\0');
+        data += packed;
+    }
+    return data;
+}
+
+std::string Bytes(std::initializer_list<int> values) {
+    std::string s;
+    for (int v : values)
+        s += static_cast<char>(v);
+    return s;
+}
+
+TEST_F(Pictures, RunLengthBmpGivesThePixelsOfTheSamePictureUncompressed) {
+    // 8 bits, 7 x 4: runs, an odd absolute run with its pad byte, and a move across rows.
+    const std::string rle8 = Bytes({4, 5, 2, 9, 1, 200, 0, 0}) +            // 5 5 5 5 9 9 200
+                             Bytes({0, 7, 1, 2, 3, 4, 5, 6, 7, 0, 0, 0}) +  // 1 2 3 4 5 6 7
+                             Bytes({3, 0x11, 0, 2, 1, 1}) +                 // 17 17 17, up and right
+                             Bytes({3, 0x22, 0, 1});                        // x 4 to 6 of the top row
+    const std::vector<std::vector<int>> rows8 = {
+        {5, 5, 5, 5, 9, 9, 200}, {1, 2, 3, 4, 5, 6, 7}, {17, 17, 17, 0, 0, 0, 0}, {0, 0, 0, 0, 34, 34, 34}};
+    // 4 bits, 7 x 3: two indices alternating in a run, an absolute run of 5 in 3 bytes and a pad.
+    const std::string rle4 = Bytes({5, 0x1A, 2, 0x3C, 0, 0}) +                    // 1 10 1 10 1 3 12
+                             Bytes({0, 5, 0x12, 0x34, 0x50, 0, 2, 0x77, 0, 0}) +  // 1 2 3 4 5 7 7
+                             Bytes({3, 0xF0, 0, 2, 2, 0, 2, 0x88, 0, 1});         // 15 0 15 . . 8 8
+    const std::vector<std::vector<int>> rows4 = {
+        {1, 10, 1, 10, 1, 3, 12}, {1, 2, 3, 4, 5, 7, 7}, {15, 0, 15, 0, 0, 8, 8}};
+    struct Case {
+        int bits;
+        uint32_t compression;
+        std::string stream;
+        const std::vector<std::vector<int>>& rows;
+    };
+    // The end-of-bitmap mark may be missing once the last row is complete.
+    for (const Case& k : {Case{8, 1, rle8, rows8}, Case{8, 1, rle8.substr(0, rle8.size() - 2), rows8},
+                          Case{4, 2, rle4, rows4}})
+        for (int16_t reversed : {0, 1}) {
+            SCOPED_TRACE(std::to_string(k.bits) + " bits, reversed " + std::to_string(reversed));
+            c.gImagenInvertida = reversed;
+            const auto w = static_cast<int32_t>(k.rows[0].size()), h = static_cast<int32_t>(k.rows.size());
+            ASSERT_TRUE(p.Load(p.Write("plain.bmp", PaletteBmp(w, h, k.bits, 0, PlainRows(k.rows, k.bits)))));
+            const auto plain = c.mBrillo;
+            ASSERT_TRUE(p.Load(p.Write("runs.bmp", PaletteBmp(w, h, k.bits, k.compression, k.stream))));
+            EXPECT_EQ(c.mBrillo, plain);
+            EXPECT_EQ(c.gPixelesX, w);
+            EXPECT_EQ(c.gPixelesY, h);
+        }
+    // The bottom-left pixel of the 8-bit picture, grey 5 in each channel.
+    c.gImagenInvertida = 0;
+    ASSERT_TRUE(p.Load(p.Write("runs.bmp", PaletteBmp(7, 4, 8, 1, rle8))));
+    EXPECT_EQ(Brightness(c, 1, 1), 15);
+    EXPECT_EQ(Brightness(c, 7, 1), 600);
+}
+
+TEST_F(Pictures, DamagedRunLengthBmpIsRefused) {
+    struct Case {
+        const char* what;
+        std::string bmp;
+    };
+    const std::string row = Bytes({7, 1, 0, 0});
+    for (const Case& k : {
+             Case{"a run past the end of its row", PaletteBmp(7, 2, 8, 1, Bytes({8, 1, 0, 1}))},
+             Case{"an absolute run past the end of its row",
+                  PaletteBmp(7, 2, 8, 1, Bytes({5, 1, 0, 3, 1, 2, 3, 0}))},
+             Case{"an absolute run cut short", PaletteBmp(7, 2, 8, 1, Bytes({0, 7, 1, 2, 3}))},
+             Case{"a move out to the right", PaletteBmp(7, 2, 8, 1, Bytes({0, 2, 8, 0, 0, 1}))},
+             Case{"a move out at the top", PaletteBmp(7, 2, 8, 1, Bytes({0, 2, 0, 3, 0, 1}))},
+             Case{"a move cut short", PaletteBmp(7, 2, 8, 1, Bytes({0, 2, 1}))},
+             Case{"pixels above the top row", PaletteBmp(7, 2, 8, 1, row + row + Bytes({1, 1, 0, 1}))},
+             Case{"a stream that ends with rows to come", PaletteBmp(7, 2, 8, 1, row)},
+             Case{"4-bit runs of an 8-bit picture", PaletteBmp(7, 2, 8, 2, row + row)},
+             Case{"runs stored top-down", PaletteBmp(7, -2, 8, 1, row + row)},
+         }) {
+        p.platform.summary.clear();
+        EXPECT_FALSE(p.Load(p.Write("damaged.bmp", k.bmp))) << k.what;
+        EXPECT_TRUE(Says("Image not loaded.")) << k.what;
+    }
+    // A stream that ends with rows to come is cut short; with a final end of line it is complete.
+    EXPECT_TRUE(p.Load(p.Write("whole.bmp", PaletteBmp(7, 2, 8, 1, row + row))));
+}
+
 TEST_F(Pictures, JpgGreyAndColour) {
     render::Image flat;
     flat.width = 16;
