@@ -158,6 +158,23 @@ int32_t ExtractStarsWithFallbacks(Context& c) {
         CalculaBrilloDeFondoYumbral(c);
         c.mNumSeleccionadas = anteriores;
         if (!c.mFinAnalisis) again = ExtraeEstrellasLaberinto(c);
+        if (c.mNumCandidatas < kEnoughCandidates && c.gPerimetroMin > kSmallStarPerimeter &&
+            !c.gDetenerAnalisis) {
+            // Faint stars of sharp small-sensor frames light 2 x 2 or 3 x 3 pixels, below the usual
+            // shortest outline.
+            const Extraction flattened(c, again);
+            const int32_t shortest = c.gPerimetroMin;
+            const std::string k = std::to_string(c.mNumCandidatas);
+            ParaResumen(c, "Sólo " + k + " candidatas: se aceptan contornos más cortos.",
+                        "Seulement " + k + " candidates: des contours plus courts sont acceptés.",
+                        "Only " + k + " candidates: shorter contours are accepted.");
+            c.gPerimetroMin = kSmallStarPerimeter;
+            c.mFinAnalisis = false;
+            c.mNumSeleccionadas = anteriores;
+            again = ExtraeEstrellasLaberinto(c);
+            c.gPerimetroMin = shortest;
+            if (c.mNumCandidatas <= flattened.candidatas) again = flattened.Restore(c);
+        }
     }
 
     if (c.mNumCandidatas <= first.candidatas) {

@@ -26,9 +26,12 @@ int32_t ExtraeEstrellasLaberinto(Context& c);
 inline constexpr int32_t kEnoughCandidates = 10;
 // Side in pixels of the cells of the local background.
 inline constexpr int32_t kLocalBackgroundCell = 64;
+// The shortest outline kept by the last fallback: p <= 3 goes, so a 2 x 2 blob stays.
+inline constexpr int32_t kSmallStarPerimeter = 3;
 // The extraction of the run: ExtraeEstrellasLaberinto, and when under the automatic threshold it keeps
 // fewer than kEnoughCandidates candidates, the same again on the image with its local background (the
-// medians of a coarse mesh) removed; the extraction with more candidates stands. The image in memory
+// medians of a coarse mesh) removed, and if still too few, there with outlines down to
+// kSmallStarPerimeter; the extraction with the most candidates stands. The image in memory
 // is left as it was read. Answers as ExtraeEstrellasLaberinto.
 int32_t ExtractStarsWithFallbacks(Context& c);
 // One scan at mBrilloUmbral: ExtraeContornosDentro in area 1, otherwise ExtraeContornosFueraYtoda.
