@@ -144,6 +144,7 @@ struct Answer {
     bool found = false;
     double ra = 0, dec = 0, angle = 0;
     int sides = 0;
+    int candidates = -1;               // candidate stars of the extraction, -1 when it never got that far
     std::string verification = "- -";  // "matched/tested expected odds" of the last candidate checked
 };
 
@@ -171,6 +172,8 @@ Answer ParseAnswer(const std::string& out) {
             a.dec = (sign == '-' ? -1 : 1) * (g + mi / 60.0 + se / 3600);
             a.found = true;
         }
+        if (auto p = line.find("Candidate stars = "); p != std::string::npos)
+            a.candidates = std::stoi(line.substr(p + 18));
         if (auto p = line.find("image angle = "); p != std::string::npos)
             a.angle = std::stod(line.substr(p + 14));
         if (auto p = line.find(" with "); line.rfind("Solution : ", 0) == 0 && p != std::string::npos)
@@ -481,8 +484,9 @@ bool ReadCd(const std::string& path, double cd[2][2]) {
 int Validation(const Settings& s) {
     const std::string home = PrepareHome(s);
     WarmDatabase(s);
-    std::cout << "image | fov | exit sides | centre_err_px angle_err_deg seconds | matched/tested by_chance "
-                 "log10_odds\n";
+    std::cout
+        << "image | fov | candidates | exit sides | centre_err_px angle_err_deg seconds | matched/tested "
+           "by_chance log10_odds\n";
     for (const auto& row : ReadCsv(s.validation + "/truth.csv")) {
         const std::string file = row.at("file");
         const std::string format = row.at("format"), fov = row.at("fov_deg");
@@ -528,8 +532,8 @@ int Validation(const Settings& s) {
             px = Distance(tra, tdec, a.ra, a.dec) * 3600 / scale;
             da = AngleApart(a.angle, angle);
         }
-        std::cout << file << " | " << fov << " | " << r.status << " " << a.sides << " | "
-                  << FormatNumber(px, "0.00") << " " << FormatNumber(da, "0.000") << " "
+        std::cout << file << " | " << fov << " | " << a.candidates << " | " << r.status << " " << a.sides
+                  << " | " << FormatNumber(px, "0.00") << " " << FormatNumber(da, "0.000") << " "
                   << FormatNumber(r.seconds, "0.000") << " | " << a.verification << std::endl;
     }
     return 0;

@@ -381,7 +381,7 @@ void ExtraeEstrellas(Context& c) {
         }
         c.mCalibracionX1 = c.mCalibracionY1 = c.mCalibracionX2 = 0;
         c.mCalibracionY2 = c.mCalibracionX3 = c.mCalibracionY3 = 0;
-        int32_t cuenta = ExtraeEstrellasLaberinto(c);
+        int32_t cuenta = ExtractStarsWithFallbacks(c);
         std::string u = std::to_string(c.mBrilloUmbral);
         ParaResumen(c, "Brillo umbral = " + u, "Intensité du seuil = " + u, "Threshold brightness = " + u);
         if (cuenta < 0) {

@@ -240,8 +240,12 @@ void ExtraeContornos(Context& c) {
         ExtraeContornosFueraYtoda(c);
 }
 
-void TrataEstrella(Context& c, int32_t n) {
-    if (c.mFinAnalisis) return;
+namespace {
+
+enum class Outline { Walked, TooLong };
+
+// Contour n to a candidate; TooLong when the walk on its marks does not close within kMaxSteps.
+Outline TreatContour(Context& c, int32_t n) {
     const int32_t w = c.gPixelesX, h = c.gPixelesY;
     const size_t stride = static_cast<size_t>(w) + 1;
     const auto cell = [&](int32_t x, int32_t y) {
@@ -256,12 +260,7 @@ void TrataEstrella(Context& c, int32_t n) {
     // The outline again, on the marks alone.
     int32_t px = sx, py = sy, d = 1;
     for (int32_t steps = 1;; ++steps) {
-        if (steps > kMaxSteps) {
-            ParaResumen(c, "TrataEstrella > 10000");
-            c.mFinAnalisis = true;
-            PoneTitulo(c, c.mTitulo);
-            return;
-        }
+        if (steps > kMaxSteps) return Outline::TooLong;
         int32_t nx = 0, ny = 0;
         NextPixel(px, py, d, image, nx, ny);
         if (c.mContorno[cell(nx, ny)] != mark) {
@@ -276,7 +275,7 @@ void TrataEstrella(Context& c, int32_t n) {
         d = TurnLeft(d);
     }
     // A blob cut by the edge of the image has no true centre.
-    if (minX == 1 || minY == 1 || maxX == w || maxY == h) return;
+    if (minX == 1 || minY == 1 || maxX == w || maxY == h) return Outline::Walked;
 
     // Every pixel of the box above the background weighs, also those of a neighbour.
     double sumX = 0, sumY = 0;
@@ -290,12 +289,24 @@ void TrataEstrella(Context& c, int32_t n) {
             sumW += wgt;
             if (sumW > INT32_MAX) Raise(kErrOverflow);
         }
-    if (sumW < 1) return;
+    if (sumW < 1) return Outline::Walked;
     const auto k = static_cast<size_t>(++c.mNumCandidatas);
     c.mCandidataX.at(k) = sumX / static_cast<double>(sumW);
     c.mCandidataY.at(k) = sumY / static_cast<double>(sumW);
     c.mCandidataBrillo.at(k) = static_cast<double>(sumW);
     c.mCandidataEstado.at(k) = 0;
+    return Outline::Walked;
+}
+
+}  // namespace
+
+void TrataEstrella(Context& c, int32_t n) {
+    if (c.mFinAnalisis) return;
+    if (TreatContour(c, n) == Outline::TooLong) {
+        ParaResumen(c, "TrataEstrella > 10000");
+        c.mFinAnalisis = true;
+        PoneTitulo(c, c.mTitulo);
+    }
 }
 
 void TrataContornos(Context& c) {
@@ -318,8 +329,15 @@ void TrataContornos(Context& c) {
                 best = i;
             }
         if (best == 0) break;
-        TrataEstrella(c, best);
-        if (c.mFinAnalisis) return;
+        // An outline whose walk does not close (a large object lit in odd shapes) is passed over:
+        // one such object must not cost the stars of the whole image.
+        if (TreatContour(c, best) == Outline::TooLong) {
+            std::string x = std::to_string(c.mContornoX[static_cast<size_t>(best)]),
+                        y = std::to_string(c.mContornoY[static_cast<size_t>(best)]);
+            ParaResumen(c, "TrataEstrella > 10000: objeto omitido en x=" + x + " y=" + y,
+                        "TrataEstrella > 10000: objet ignoré en x=" + x + " y=" + y,
+                        "TrataEstrella > 10000: object skipped at x=" + x + " y=" + y);
+        }
         c.mContornoPerimetro[static_cast<size_t>(best)] = 0;
     }
     if (c.mNumCandidatas < 4) {

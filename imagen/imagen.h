@@ -22,13 +22,26 @@ void CalculaBrilloDeFondoYumbral(Context& c);
 // Contours, candidates and selected stars, at the threshold in force or by the automatic
 // threshold. -1 when a stage ended the analysis, otherwise the number of selected stars.
 int32_t ExtraeEstrellasLaberinto(Context& c);
+// Fewer candidates than this under the automatic threshold call for the fallbacks below.
+inline constexpr int32_t kEnoughCandidates = 10;
+// Side in pixels of the cells of the local background.
+inline constexpr int32_t kLocalBackgroundCell = 64;
+// The shortest outline kept by the last fallback: p <= 3 goes, so a 2 x 2 blob stays.
+inline constexpr int32_t kSmallStarPerimeter = 3;
+// The extraction of the run: ExtraeEstrellasLaberinto, and when under the automatic threshold it keeps
+// fewer than kEnoughCandidates candidates, the same again on the image with its local background (the
+// medians of a coarse mesh) removed, and if still too few, there with outlines down to
+// kSmallStarPerimeter; the extraction with the most candidates stands. The image in memory
+// is left as it was read. Answers as ExtraeEstrellasLaberinto.
+int32_t ExtractStarsWithFallbacks(Context& c);
 // One scan at mBrilloUmbral: ExtraeContornosDentro in area 1, otherwise ExtraeContornosFueraYtoda.
 void ExtraeContornos(Context& c);
 void ExtraeContornosDentro(Context& c);
 void ExtraeContornosFueraYtoda(Context& c);
 // The largest contours, up to gMaxContornos, to candidates.
 void TrataContornos(Context& c);
-// Contour n (from 1) to a candidate with its brightness-weighted centroid.
+// Contour n (from 1) to a candidate with its brightness-weighted centroid; a walk that does not close
+// ends the analysis here, while TrataContornos passes over that contour.
 void TrataEstrella(Context& c, int32_t n);
 // Candidates to mEstrellas, brightest first, and the brightest few to mSeleccionadas.
 void SeleccionaEstrellas(Context& c);

@@ -121,6 +121,19 @@ TEST(Validation, SelectedStarsAreTheBrightestTrueStars) {
     }
 }
 
+// A nebula whose outline does not close is passed over, and the stars round it are kept.
+TEST(Validation, OneLargeObjectDoesNotEndTheImage) {
+    ImageProgram p;
+    p.c.gUmbralAutomatico = 1;
+    ASSERT_TRUE(p.Load(Validation("apod3_vela.jpg")));
+    EXPECT_EQ(p.Extract().size(), 10u);
+    EXPECT_GE(p.c.mNumCandidatas, 10);
+    EXPECT_FALSE(p.c.mFinAnalisis);
+    EXPECT_TRUE(std::any_of(p.platform.summary.begin(), p.platform.summary.end(), [](const std::string& l) {
+        return l.rfind("TrataEstrella > 10000: object skipped at", 0) == 0;
+    }));
+}
+
 TEST(Validation, HeadersOfRealFiles) {
     ImageProgram p;
     ASSERT_TRUE(p.Load(Validation("kocab_16bit.fits")));
