@@ -121,7 +121,12 @@ int32_t MatchOneToOne(std::vector<Pair>& pairs, size_t catalogueCount, size_t im
 }  // namespace
 
 double RequiredLog10Odds(const Context& c) {
-    return c.gBaseDatos == 1 && c.gZonaCielo == 1 ? kLog10OddsAroundPosition : kLog10OddsWholeSky;
+    if (c.gBaseDatos != 1 || c.gZonaCielo != 1) return kLog10OddsWholeSky;
+    if (c.gTipoVentana == 1 || c.gTipoVentana == 2) return kLog10OddsTurningWindow;
+    const double area = c.gAnchoVentana * c.gAltoVentana;
+    if (!(area > 0)) return kLog10OddsWholeSky;
+    return std::clamp(kLog10OddsWholeSky - std::log10(kWholeSkySquareDegrees / area), kLog10OddsLeast,
+                      kLog10OddsWholeSky);
 }
 
 double Log10BinomialTail(int32_t n, int32_t k, double p) {

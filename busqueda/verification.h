@@ -13,10 +13,13 @@
 namespace tornel {
 
 // Odds against chance that a solution must reach: 10^9 to 1, as blind solvers publish, when the search
-// spanned the whole sky; 10^6 to 1 for a search in a window around a position, which tries some
-// thousand times fewer places and so meets a thousand times fewer chances of a false match.
+// spans the whole sky. A window around a position tries fewer places in proportion to its area, and so
+// meets fewer chances of a false match: the same risk per place asks for 10^9 x area / whole sky (10^5.8
+// for the 5 x 5 degree window), never below 10^5; the searches that also turn the image ask for 10^6.
 inline constexpr double kLog10OddsWholeSky = 9;
-inline constexpr double kLog10OddsAroundPosition = 6;
+inline constexpr double kLog10OddsTurningWindow = 6;
+inline constexpr double kLog10OddsLeast = 5;
+inline constexpr double kWholeSkySquareDegrees = 41253;
 // Matches below this prove nothing, however empty the image.
 inline constexpr int32_t kLeastMatches = 2;
 // The image stars that take part, the brightest first: enough for any field the catalogue can

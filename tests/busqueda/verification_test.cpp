@@ -34,6 +34,23 @@ TEST(ChanceOfMatches, TheBinomialTail) {
     EXPECT_GT(Log10BinomialTail(2000, 201, 0.001), Log10BinomialTail(2000, 200, 0.001));
 }
 
+TEST(ChanceOfMatches, TheOddsASearchAsksForGrowWithTheSkyItSpans) {
+    testing::TestProgram p;
+    Context& c = p.c;
+    c.gBaseDatos = 1, c.gZonaCielo = 1, c.gTipoVentana = 0, c.gAnchoVentana = 5, c.gAltoVentana = 5;
+    EXPECT_NEAR(RequiredLog10Odds(c), 9 - std::log10(41253.0 / 25), 1e-9);
+    c.gAnchoVentana = c.gAltoVentana = 100;
+    EXPECT_NEAR(RequiredLog10Odds(c), 9 - std::log10(41253.0 / 10000), 1e-9);
+    c.gAnchoVentana = c.gAltoVentana = 0.5;
+    EXPECT_EQ(RequiredLog10Odds(c), 5);
+    c.gTipoVentana = 2;
+    EXPECT_EQ(RequiredLog10Odds(c), 6);
+    c.gZonaCielo = 3;
+    EXPECT_EQ(RequiredLog10Odds(c), 9);
+    c.gZonaCielo = 1, c.gBaseDatos = 2;
+    EXPECT_EQ(RequiredLog10Odds(c), 9);
+}
+
 // A camera at (ra0, dec0) turned by `turn` degrees, 1000 x 1000 pixels at 20 arcsec per pixel: 5.6
 // degrees across.
 void Point(Context& c, double ra0, double dec0, double turn) {
