@@ -1,10 +1,15 @@
 // FITS files that the 16-bit reader does not take, read through CFITSIO: any BITPIX, any BZERO and
 // BSCALE, the first image of a file with extensions, tile-compressed images, the first plane of a
 // cube, and Bayer mosaics binned to luminance.
+#include <dlfcn.h>
 #include <fitsio.h>
 
+#include <array>
 #include <cmath>
+#include <cstdlib>
+#include <fstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "comun/errors.h"
@@ -20,15 +25,72 @@ namespace tornel {
 
 namespace {
 
+// CFITSIO and the libraries it stands on (a network client among them) cost every start of the program
+// some tens of milliseconds to load and bind; most images never need them. So the library is loaded
+// on the first FITS file that does, and its entry points taken by name.
+struct CfitsioApi {
+    decltype(&::ffdkopn) ffdkopn = nullptr;
+    decltype(&::ffclos) ffclos = nullptr;
+    decltype(&::ffgerr) ffgerr = nullptr;
+    decltype(&::ffcmsg) ffcmsg = nullptr;
+    decltype(&::ffgcrd) ffgcrd = nullptr;
+    decltype(&::ffgky) ffgky = nullptr;
+    decltype(&::fffree) fffree = nullptr;
+    decltype(&::ffcnvthdr2str) ffcnvthdr2str = nullptr;
+    decltype(&::ffgidt) ffgidt = nullptr;
+    decltype(&::ffgiet) ffgiet = nullptr;
+    decltype(&::ffgidm) ffgidm = nullptr;
+    decltype(&::ffgiszll) ffgiszll = nullptr;
+    decltype(&::ffmahd) ffmahd = nullptr;
+    decltype(&::ffgpxvll) ffgpxvll = nullptr;
+};
+
+template <class Function>
+bool Take(void* handle, const char* name, Function& f) {
+    f = reinterpret_cast<Function>(dlsym(handle, name));
+    return f != nullptr;
+}
+
+// The entry points, loaded once for the life of the process and never changed after; nullptr when the
+// library cannot be loaded.
+const CfitsioApi* LoadedLibrary() {
+    static const CfitsioApi* const loaded = []() -> const CfitsioApi* {
+        void* handle = dlopen("libcfitsio.so.10", RTLD_NOW | RTLD_LOCAL);
+        if (handle == nullptr) return nullptr;
+        static CfitsioApi api;
+        bool ok = true;
+        ok = ok && Take(handle, "ffdkopn", api.ffdkopn);
+        ok = ok && Take(handle, "ffclos", api.ffclos);
+        ok = ok && Take(handle, "ffgerr", api.ffgerr);
+        ok = ok && Take(handle, "ffcmsg", api.ffcmsg);
+        ok = ok && Take(handle, "ffgcrd", api.ffgcrd);
+        ok = ok && Take(handle, "ffgky", api.ffgky);
+        ok = ok && Take(handle, "fffree", api.fffree);
+        ok = ok && Take(handle, "ffcnvthdr2str", api.ffcnvthdr2str);
+        ok = ok && Take(handle, "ffgidt", api.ffgidt);
+        ok = ok && Take(handle, "ffgiet", api.ffgiet);
+        ok = ok && Take(handle, "ffgidm", api.ffgidm);
+        ok = ok && Take(handle, "ffgiszll", api.ffgiszll);
+        ok = ok && Take(handle, "ffmahd", api.ffmahd);
+        ok = ok && Take(handle, "ffgpxvll", api.ffgpxvll);
+        return ok ? &api : nullptr;
+    }();
+    return loaded;
+}
+
+const CfitsioApi& Library() {
+    return *LoadedLibrary();
+}
+
 class FitsFile {
   public:
     // Opened as a plain file name: brackets in a path are not CFITSIO's filters.
     explicit FitsFile(const std::string& path) {
-        if (fits_open_diskfile(&f_, path.c_str(), READONLY, &status_) != 0) f_ = nullptr;
+        if (Library().ffdkopn(&f_, path.c_str(), READONLY, &status_) != 0) f_ = nullptr;
     }
     ~FitsFile() {
         int status = 0;
-        if (f_ != nullptr) fits_close_file(f_, &status);
+        if (f_ != nullptr) Library().ffclos(f_, &status);
     }
     FitsFile(const FitsFile&) = delete;
     FitsFile& operator=(const FitsFile&) = delete;
@@ -43,14 +105,8 @@ class FitsFile {
 double KeyOr(fitsfile* f, const char* key, double fallback) {
     int status = 0;
     double v = fallback;
-    if (fits_read_key(f, TDOUBLE, key, &v, nullptr, &status) != 0) return fallback;
+    if (Library().ffgky(f, TDOUBLE, key, &v, nullptr, &status) != 0) return fallback;
     return v;
-}
-
-bool HasKey(fitsfile* f, const char* key) {
-    int status = 0;
-    char card[FLEN_CARD];
-    return fits_read_card(f, key, card, &status) == 0;
 }
 
 // The cards of the present HDU as 80-character records ending in END; for a compressed image, those
@@ -58,9 +114,9 @@ bool HasKey(fitsfile* f, const char* key) {
 std::string HeaderText(fitsfile* f) {
     char* text = nullptr;
     int count = 0, status = 0;
-    if (fits_convert_hdr2str(f, 0, nullptr, 0, &text, &count, &status) != 0) return {};
+    if (Library().ffcnvthdr2str(f, 0, nullptr, 0, &text, &count, &status) != 0) return {};
     std::string out = text;
-    fits_free_memory(text, &status);
+    Library().fffree(text, &status);
     return out;
 }
 
@@ -76,17 +132,17 @@ struct ImageHdu {
 bool FindImage(fitsfile* f, ImageHdu& found) {
     for (int n = 1;; ++n) {
         int type = 0, status = 0;
-        if (fits_movabs_hdu(f, n, &type, &status) != 0) return false;
+        if (Library().ffmahd(f, n, &type, &status) != 0) return false;
         if (type != IMAGE_HDU) continue;
         int axes = 0;
-        fits_get_img_dim(f, &axes, &status);
+        Library().ffgidm(f, &axes, &status);
         if (status != 0 || axes < 2) continue;
         std::vector<LONGLONG> size(static_cast<size_t>(axes), 0);
-        fits_get_img_sizell(f, axes, size.data(), &status);
+        Library().ffgiszll(f, axes, size.data(), &status);
         if (status != 0 || size[0] < 1 || size[1] < 1) continue;
         found = {n, 0, 0, axes, size[0], size[1]};
-        fits_get_img_type(f, &found.bitpix, &status);
-        fits_get_img_equivtype(f, &found.type, &status);
+        Library().ffgidt(f, &found.bitpix, &status);
+        Library().ffgiet(f, &found.type, &status);
         return status == 0;
     }
 }
@@ -105,8 +161,8 @@ SampleKind KindOf(int equivalentType) {
 
 void LibraryError(Context& c, int status) {
     char text[FLEN_STATUS] = {};
-    fits_get_errstatus(status, text);
-    fits_clear_errmsg();
+    Library().ffgerr(status, text);
+    Library().ffcmsg();
     std::string line = "Error " + std::to_string(status) + " in CFITSIO: " + text + ".";
     RefuseImage(c, line, line, line);
 }
@@ -164,16 +220,31 @@ void MappingNote(Context& c, const LevelMapping& m) {
 }  // namespace
 
 bool TakesSixteenBitReader(const std::string& path) {
-    FitsFile file(path);
-    // What CFITSIO cannot open, the 16-bit reader refuses with its own messages.
-    if (file.get() == nullptr) return true;
-    fitsfile* f = file.get();
-    int bitpix = 0, axes = 0, status = 0;
-    fits_get_img_type(f, &bitpix, &status);
-    fits_get_img_dim(f, &axes, &status);
-    if (status != 0) return true;
-    if (bitpix != SHORT_IMG || axes < 2 || HasKey(f, "BAYERPAT")) return false;
-    double bzero = KeyOr(f, "BZERO", 0), bscale = KeyOr(f, "BSCALE", 1);
+    // Read from the primary header by hand, so that a plain 16-bit file never loads the library.
+    std::ifstream in(path, std::ios::binary);
+    std::string header;
+    std::array<char, 2880> block{};
+    bool ended = false;
+    for (int n = 0; n < 1000 && !ended && in.read(block.data(), block.size()); ++n) {
+        header.append(block.data(), block.size());
+        for (size_t at = 0; at < block.size() && !ended; at += 80)
+            ended =
+                std::string_view(block.data() + at, 80).find_first_not_of(' ', 3) == std::string_view::npos &&
+                std::string_view(block.data() + at, 3) == "END";
+    }
+    // What is not a FITS header, the 16-bit reader refuses with its own messages.
+    if (!ended || header.compare(0, 6, "SIMPLE") != 0) return true;
+    HeaderCards h;
+    TakeCards(header, h);
+    auto number = [](const std::string& v, double otherwise) {
+        char* end = nullptr;
+        const double d = std::strtod(v.c_str(), &end);
+        return end == v.c_str() ? otherwise : d;
+    };
+    if (number(h.bitpix, 0) != 16 || number(h.naxis1, 0) < 1 || number(h.naxis2, 0) < 1 ||
+        !h.bayerpat.empty())
+        return false;
+    const double bzero = number(h.bzero, 0), bscale = number(h.bscale, 1);
     return (bzero == 0 || bzero == 32768) && bscale == 1;
 }
 
@@ -182,9 +253,15 @@ void LoadFitsWithLibrary(Context& c) {
     WithTrap(c, "LoadFitsWithLibrary", [&] {
         c.gCentroFitRA = -1;
         c.gCentroFitDEC90 = -1;
+        // Without the library, or on a file it cannot open, the 16-bit reader refuses with its messages.
+        if (LoadedLibrary() == nullptr) {
+            CargaFit(c);
+            return;
+        }
         FitsFile file(c.gRutaImagen);
         if (file.get() == nullptr) {
-            LibraryError(c, file.status());
+            Library().ffcmsg();
+            CargaFit(c);
             return;
         }
         fitsfile* f = file.get();
@@ -192,7 +269,7 @@ void LoadFitsWithLibrary(Context& c) {
         TakeCards(HeaderText(f), cards);
         ImageHdu image;
         if (!FindImage(f, image)) {
-            fits_clear_errmsg();
+            Library().ffcmsg();
             RefuseImage(c, "No hay imagen en el fichero FITS.", "Pas d'image dans le fichier FITS.",
                         "No image in the FITS file.");
             return;
@@ -222,8 +299,8 @@ void LoadFitsWithLibrary(Context& c) {
         std::vector<LONGLONG> first(static_cast<size_t>(image.axes), 1);
         float blank = NAN;
         int anyBlank = 0, status = 0;
-        if (fits_read_pixll(f, TFLOAT, first.data(), static_cast<LONGLONG>(values.size()), &blank,
-                            values.data(), &anyBlank, &status) != 0) {
+        if (Library().ffgpxvll(f, TFLOAT, first.data(), static_cast<LONGLONG>(values.size()), &blank,
+                               values.data(), &anyBlank, &status) != 0) {
             LibraryError(c, status);
             return;
         }
