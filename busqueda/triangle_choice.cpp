@@ -89,6 +89,7 @@ bool Acceptable(Context& c, const SolucionTriangulo& s, Verification& verificati
     const double worst = FitToAllStars(c, s);
     bool ok = !c.mFinAnalisis && (s.LadosTotales >= kLeastSidesSafe || worst <= kResidualLimit);
     if (ok) {
+        // The three stars of the seed triangle fixed the plate and prove nothing.
         std::vector<int32_t> formedBy;
         for (int32_t k : s.TrianguloBase)
             if (k >= 1 && k <= 10) formedBy.push_back(Estrella(s, k));

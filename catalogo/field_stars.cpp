@@ -54,7 +54,8 @@ void FromDeclinationBand(Context& c, const SkyView& v, std::vector<CatalogueStar
                 more = false;
                 break;
             }
-            if (InView(v, s.Ar, s.De)) out.push_back({s.Id, s.Ar, s.De});
+            const auto record = static_cast<int32_t>(n + static_cast<int64_t>(k));
+            if (InView(v, s.Ar, s.De)) out.push_back({c.gIdsSonPosiciones ? record : s.Id, s.Ar, s.De});
         }
         n += static_cast<int64_t>(records);
     }

@@ -11,7 +11,8 @@
 namespace tornel {
 
 struct CatalogueStar {
-    int32_t id = 0;
+    int32_t id = 0;          // the star's number as the searches give it: a record number of the star
+                             // file while gIdsSonPosiciones, else its integral number
     double ra = 0, dec = 0;  // degrees
 };
 

@@ -189,6 +189,26 @@ TEST_P(Verifying, ARightPlateIsConfirmedByTheRestOfTheField) {
               0U);
 }
 
+TEST_P(Verifying, TheStarsThatFixedThePlateAreLeftOutInTheSearchesNumbering) {
+    Point(p.c, 100, 20, 30);
+    Photograph(p.c, sky, 0.5, 4, 40);
+    const std::vector<PlateStar> identified = Identified();
+    const Verification all = VerifyPlate(p.c, identified, {});
+    // The searches number the stars of a declination-sorted file by their records.
+    std::vector<int32_t> numbers = formedBy;
+    if (p.c.gIdsSonPosiciones) {
+        const std::vector<testing::Star16> records = DeclinationSorted(sky);
+        for (int32_t& n : numbers)
+            n = static_cast<int32_t>(
+                    std::find_if(records.begin(), records.end(), [&](const auto& r) { return r.id == n; }) -
+                    records.begin()) +
+                1;
+    }
+    const Verification less = VerifyPlate(p.c, identified, numbers);
+    EXPECT_EQ(less.tested, all.tested - 3);
+    EXPECT_EQ(less.matched, all.matched - 3);
+}
+
 TEST_P(Verifying, AWrongPlateIsRefused) {
     // The picture was taken at another turn, or a degree away: the three stars of a wrong candidate fit
     // its plate, the field does not.
