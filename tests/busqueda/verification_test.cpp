@@ -174,7 +174,8 @@ TEST_P(Verifying, ARightPlateIsConfirmedByTheRestOfTheField) {
     Point(p.c, 100, 20, 30);
     Photograph(p.c, sky, 0.5, 4, 40);
     const PlateMatrix plate = p.c.Cij;
-    const Verification v = VerifyPlate(p.c, Identified(), formedBy);
+    const std::vector<PlateStar> identified = Identified();
+    const Verification v = VerifyPlate(p.c, identified, formedBy);
     EXPECT_TRUE(v.accepted);
     EXPECT_GT(v.matched, 30);
     EXPECT_LT(v.expected, 3);
@@ -217,7 +218,8 @@ TEST_P(Verifying, AWrongPlateIsRefused) {
         Photograph(p.c, sky, 0.5, 4, 40);
         Point(p.c, 100, 20, 30);
         formedBy.clear();
-        const Verification v = VerifyPlate(p.c, Identified(), formedBy);
+        const std::vector<PlateStar> identified = Identified();
+        const Verification v = VerifyPlate(p.c, identified, formedBy);
         EXPECT_FALSE(v.accepted) << v.matched << " of " << v.tested;
         EXPECT_LT(v.log10Odds, 3);
     }
@@ -228,7 +230,8 @@ TEST_P(Verifying, NothingToStandOn) {
     // No star at all in the picture.
     Photograph(p.c, sky, 0, 1, 0);
     EXPECT_EQ(p.c.mNumCandidatas, 0);
-    Verification v = VerifyPlate(p.c, Identified(), formedBy);
+    const std::vector<PlateStar> identified = Identified();
+    Verification v = VerifyPlate(p.c, identified, formedBy);
     EXPECT_FALSE(v.accepted);
     EXPECT_EQ(v.matched, 0);
     // Hot pixels only: a crowd of image stars matches by chance what chance predicts.
@@ -238,7 +241,8 @@ TEST_P(Verifying, NothingToStandOn) {
     for (int n = 0; n < 300; ++n)
         p.c.mEstrellasCuadradas.push_back({place(rng), place(rng), 5});
     p.c.mNumCandidatas = 300;
-    v = VerifyPlate(p.c, Identified(), formedBy);
+    const std::vector<PlateStar> more = Identified();
+    v = VerifyPlate(p.c, more, formedBy);
     EXPECT_FALSE(v.accepted);
     EXPECT_LT(v.log10Odds, 3);
     // A field the catalogue does not reach: nothing is tested.
