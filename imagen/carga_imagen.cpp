@@ -253,7 +253,10 @@ void StoreSixteenBitImage(Context& c, int32_t width, int32_t height,
     ReallocateZeroed(c.mImagenFit, w * h);
     c.mPixelesBMP = {};
     fill(c.mImagenFit.data());
-    const int16_t ancho = CheckInteger(width), alto = CheckInteger(height);
+    BrightnessOfSixteenBitImage(c, CheckInteger(width), CheckInteger(height));
+}
+
+void BrightnessOfSixteenBitImage(Context& c, int16_t ancho, int16_t alto) {
     c.gBrilloMaximo = fit_a_brillo(c.mImagenFit.data(), c.mBrillo.data(), ancho, alto);
     if (c.gBrilloMaximo < 50) {
         c.mFinAnalisis = true;

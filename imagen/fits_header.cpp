@@ -260,15 +260,7 @@ void CargaFit(Context& c) {
             VisuTitulo(c, "Error " + n + " in lee_fit de CargaFit");
             return;
         }
-        c.gBrilloMaximo = fit_a_brillo(c.mImagenFit.data(), c.mBrillo.data(), ancho, alto);
-        if (c.gBrilloMaximo < 50) {
-            c.mFinAnalisis = true;
-            ParaResumen(c, "Brillo máximo < 50.", "Intensité maxi < 50.", "Highest brightness < 50.");
-            PoneTitulo(c, c.mTitulo);
-            return;
-        }
-        c.platform.ImageChanged();
-        c.gImagenCargada = true;
+        BrightnessOfSixteenBitImage(c, ancho, alto);
     });
 }
 

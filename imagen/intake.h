@@ -21,5 +21,8 @@ bool RefuseUndersizedImage(Context& c);
 // Sets gPixelesX, gPixelesY, the display size and gImagenCargada.
 void StoreSixteenBitImage(Context& c, int32_t width, int32_t height,
                           const std::function<void(int16_t*)>& fill);
+// mBrillo from the ancho x alto image in mImagenFit; an image whose highest brightness is below 50 ends
+// the analysis, any other is loaded.
+void BrightnessOfSixteenBitImage(Context& c, int16_t ancho, int16_t alto);
 
 }  // namespace tornel

@@ -30,20 +30,6 @@ void OnMessage(j_common_ptr info, int level) {
     if (level < 0 && info->err->msg_code == JWRN_JPEG_EOF) OnError(info);
 }
 
-class File {
-  public:
-    explicit File(const std::string& path) : f_(std::fopen(path.c_str(), "rb")) {}
-    ~File() {
-        if (f_ != nullptr) std::fclose(f_);
-    }
-    File(const File&) = delete;
-    File& operator=(const File&) = delete;
-    FILE* get() const { return f_; }
-
-  private:
-    FILE* f_;
-};
-
 // No object with a destructor lives in this frame: longjmp may leave it from inside the library.
 bool Decode(FILE* file, RowOrder order, Picture& out) {
     jpeg_decompress_struct info;
@@ -100,7 +86,7 @@ bool Decode(FILE* file, RowOrder order, Picture& out) {
 
 bool ReadJpg(const std::string& path, RowOrder order, Picture& out) {
     out = Picture{};
-    File file(path);
+    PictureFile file(path);
     if (file.get() == nullptr) return false;
     if (Decode(file.get(), order, out)) return true;
     // A size past the limit is told back; anything else leaves no picture.

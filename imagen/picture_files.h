@@ -2,11 +2,28 @@
 // Picture files decoded to the 32-bit pixels the program works on (0x00RRGGBB, blue in the lowest
 // byte), W x H, one row after the other; or, for 16-bit PNG and TIFF, to one 16-bit level a pixel.
 #include <cstdint>
+#include <cstdio>
 #include <string>
 
 #include "comun/zeroed_allocator.h"
 
 namespace tornel {
+
+// A picture file open for reading, closed when it goes out of scope; get() is null when it could not
+// be opened.
+class PictureFile {
+  public:
+    explicit PictureFile(const std::string& path) : f_(std::fopen(path.c_str(), "rb")) {}
+    ~PictureFile() {
+        if (f_ != nullptr) std::fclose(f_);
+    }
+    PictureFile(const PictureFile&) = delete;
+    PictureFile& operator=(const PictureFile&) = delete;
+    FILE* get() const { return f_; }
+
+  private:
+    FILE* f_;
+};
 
 struct Picture {
     int32_t width = 0;

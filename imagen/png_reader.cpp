@@ -15,20 +15,6 @@ namespace tornel {
 
 namespace {
 
-class File {
-  public:
-    explicit File(const std::string& path) : f_(std::fopen(path.c_str(), "rb")) {}
-    ~File() {
-        if (f_ != nullptr) std::fclose(f_);
-    }
-    File(const File&) = delete;
-    File& operator=(const File&) = delete;
-    FILE* get() const { return f_; }
-
-  private:
-    FILE* f_;
-};
-
 [[noreturn]] void OnError(png_structp png, png_const_charp) {
     png_longjmp(png, 1);
 }
@@ -125,7 +111,7 @@ bool Decode(FILE* file, RowOrder order, Picture& out, std::vector<unsigned char>
 
 bool ReadPng(const std::string& path, RowOrder order, Picture& out) {
     out = Picture{};
-    File file(path);
+    PictureFile file(path);
     if (file.get() == nullptr) return false;
     unsigned char signature[8] = {};
     if (std::fread(signature, 1, 8, file.get()) != 8 || png_sig_cmp(signature, 0, 8) != 0) return false;
