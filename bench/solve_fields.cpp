@@ -13,6 +13,7 @@
 //   --sky FILE  with `fields`: renders the fields from another star list (a synthetic sky, or an empty
 //               one for frames of noise and hot pixels), so that any answer is wrong.
 //   --all       with `validation`: every image, whatever its field.
+//   --only FILE with `validation`: that image alone, with all that tornel-cli printed.
 //   --render "OPTIONS"  more options of `tornel-db render` for the fields (a later option wins):
 //               `--sky empty.csv --render "--hot-pixels 300 --gradient 3000"` gives frames of noise.
 //   wcs         fields of 1000, 2000 and 4000 pixels whose true scale is 0, 0.5 and 1 % off the
@@ -63,6 +64,7 @@ struct Settings {
     std::string catalogue;  // the star catalogue it was built from
     std::string sky;        // when set, fields are rendered from this list instead: no answer is right
     bool all = false;       // validation: every image
+    std::string only;       // validation: this image alone, its run's summary printed
     std::string render;     // more options of `tornel-db render` for the fields
     std::string work;       // where fields and the run's program folder go
     std::string validation = std::string(TORNEL_SOURCE_DIR) + "/../shared/validation";
@@ -265,7 +267,8 @@ Field RenderField(const Settings& s, int index, std::mt19937_64& rng) {
         ShortestText(f.g.angle) + " --width " + std::to_string(f.g.width) + " --height " +
         std::to_string(f.g.height) + (f.g.mirror ? " --mirror" : "") +
         " --jitter 0.2 --hot-pixels 30 --noise 10 --seed " + std::to_string(seed % 1000000007) + " --truth " +
-        Quote(f.fits + ".csv") + " " + s.render + " --out " + Quote(f.fits) + " " + Quote(s.sky.empty() ? s.catalogue : s.sky);
+        Quote(f.fits + ".csv") + " " + s.render + " --out " + Quote(f.fits) + " " +
+        Quote(s.sky.empty() ? s.catalogue : s.sky);
     if (Execute(cmd).status != 0 || !fs::exists(f.fits)) {
         std::cerr << "render failed: " << cmd << "\n";
         f.fits.clear();
@@ -490,11 +493,14 @@ int Validation(const Settings& s) {
     for (const auto& row : ReadCsv(s.validation + "/truth.csv")) {
         const std::string file = row.at("file");
         const std::string format = row.at("format"), fov = row.at("fov_deg");
-        if (row.at("ra_center_deg").empty() && !s.all) continue;
+        if (!s.only.empty() && file != s.only) continue;
+        if (row.at("ra_center_deg").empty() && !s.all && s.only.empty()) continue;
         const double w = fov.empty() ? 10 : std::stod(fov.substr(0, fov.find('x'))),
                      h = fov.empty() ? 10 : std::stod(fov.substr(fov.find('x') + 1));
         // Database 1 solves small fields; database 2 fields of a degree or more, their central 3 degrees.
-        if (!s.all && (s.blind ? std::max(w, h) < 1.2 || std::max(w, h) > 5 : std::max(w, h) > 1.6)) continue;
+        if (!s.all && s.only.empty() &&
+            (s.blind ? std::max(w, h) < 1.2 || std::max(w, h) > 5 : std::max(w, h) > 1.6))
+            continue;
         // An image with no stars has no truth: any answer is wrong. Its scale is its neighbours'.
         const bool empty = row.at("ra_center_deg").empty();
         auto number = [&](const char* column, double otherwise) {
@@ -535,6 +541,7 @@ int Validation(const Settings& s) {
         std::cout << file << " | " << fov << " | " << a.candidates << " | " << r.status << " " << a.sides
                   << " | " << FormatNumber(px, "0.00") << " " << FormatNumber(da, "0.000") << " "
                   << FormatNumber(r.seconds, "0.000") << " | " << a.verification << std::endl;
+        if (!s.only.empty()) std::cout << r.out;
     }
     return 0;
 }
@@ -543,9 +550,9 @@ int Validation(const Settings& s) {
 // suite's reader.
 std::vector<std::array<double, 2>> AstropySky(const std::string& fits,
                                               const std::vector<std::array<double, 2>>& pixels) {
-    std::string command =
-        "/usr/bin/python3 " + Quote(std::string(TORNEL_SOURCE_DIR) + "/tests/resultados/wcs_pixels_to_sky.py") + " " +
-        Quote(fits);
+    std::string command = "/usr/bin/python3 " +
+                          Quote(std::string(TORNEL_SOURCE_DIR) + "/tests/resultados/wcs_pixels_to_sky.py") +
+                          " " + Quote(fits);
     for (const auto& p : pixels)
         command += " " + ShortestText(p[0]) + " " + ShortestText(p[1]);
     std::vector<std::array<double, 2>> sky;
@@ -585,10 +592,12 @@ int WcsScale(const Settings& s) {
                     ShortestText(f.g.dec) + " --scale " + ShortestText(f.g.arcsecPerPixel) + " --angle " +
                     ShortestText(f.g.angle) + " --width " + std::to_string(f.g.width) + " --height " +
                     std::to_string(f.g.height) + " --noise 10 --seed " + std::to_string(rng() % 1000000007) +
-                    " --truth " + Quote(f.fits + ".csv") + " --out " + Quote(f.fits) + " " + Quote(s.catalogue);
+                    " --truth " + Quote(f.fits + ".csv") + " --out " + Quote(f.fits) + " " +
+                    Quote(s.catalogue);
                 if (Execute(cmd).status != 0) continue;
                 ++fields;
-                SetImage(home, f.g.arcsecPerPixel / (1 + error / 100), f.g.angle + (Uniform(rng) - 0.5), false);
+                SetImage(home, f.g.arcsecPerPixel / (1 + error / 100), f.g.angle + (Uniform(rng) - 0.5),
+                         false);
                 Offset(f.g.ra, f.g.dec, 360 * Uniform(rng), 1.0 * Uniform(rng), f.givenRa, f.givenDec);
                 const Run r = Execute(CliCommand(s, home, f.fits, f.givenRa, f.givenDec));
                 if (r.status == 0) {
@@ -601,15 +610,16 @@ int WcsScale(const Settings& s) {
                     for (size_t g = 0; g < sky.size(); ++g) {
                         double ra = 0, dec = 0;
                         db::PixelToSky(f.g, grid[g][0], grid[g][1], ra, dec);
-                        most = std::max(most, Distance(ra, dec, sky[g][0], sky[g][1]) * 3600 / f.g.arcsecPerPixel);
+                        most = std::max(most,
+                                        Distance(ra, dec, sky[g][0], sky[g][1]) * 3600 / f.g.arcsecPerPixel);
                     }
                     worst.push_back(most);
                 }
                 fs::remove(f.fits);
                 fs::remove(f.fits + ".csv");
             }
-            std::cout << width << " " << FormatNumber(error, "0.0") << " | " << worst.size() << " of " << fields
-                      << " | " << FormatNumber(Quantile(worst, 0.5), "0.00") << " "
+            std::cout << width << " " << FormatNumber(error, "0.0") << " | " << worst.size() << " of "
+                      << fields << " | " << FormatNumber(Quantile(worst, 0.5), "0.00") << " "
                       << FormatNumber(Quantile(worst, 1.0), "0.00") << std::endl;
         }
     return 0;
@@ -642,6 +652,8 @@ int Main(int argc, char** argv) {
             s.tools = value();
         else if (args[k] == "--render")
             s.render = value();
+        else if (args[k] == "--only")
+            s.only = value();
         else if (args[k] == "--all")
             s.all = true;
         else if (args[k] == "--validation")
@@ -653,10 +665,11 @@ int Main(int argc, char** argv) {
         if (const char* h = std::getenv("TORNEL_HOME")) s.home = h;
     }
     if (s.mode.empty() || s.home.empty()) {
-        std::cerr
-            << "usage: tornel-solve-fields fields|zones|validation|wcs --home PROGRAM_FOLDER [--catalogue FILE]\n"
-               "       [--work DIR] [--fields N] [--seed S] [--mirror-every N] [--inclination DEG] "
-               "[--validation DIR] [--blind] [--sky FILE] [--render OPTIONS] [--all] [--tools BUILD]\n";
+        std::cerr << "usage: tornel-solve-fields fields|zones|validation|wcs --home PROGRAM_FOLDER "
+                     "[--catalogue FILE]\n"
+                     "       [--work DIR] [--fields N] [--seed S] [--mirror-every N] [--inclination DEG] "
+                     "[--validation DIR] [--blind] [--sky FILE] [--render OPTIONS] [--all] [--only IMAGE] "
+                     "[--tools BUILD]\n";
         return 2;
     }
     if (s.home.back() != '/') s.home += '/';

@@ -55,9 +55,9 @@ void BM_VerifyPlate(benchmark::State& state) {
     std::mt19937_64 rng(1);
     std::uniform_real_distribution<double> u(0, 1);
     c.mEstrellasCuadradas.assign(1, {});
-    for (int k = 0; k < kVerificationImageStars; ++k)
+    for (int k = 0; k < kMaxVerificationStars; ++k)
         c.mEstrellasCuadradas.push_back({1000 * u(rng), 1000 * u(rng), 100.0 - k * 0.1});
-    c.mNumCandidatas = kVerificationImageStars;
+    c.mNumCandidatas = kMaxVerificationStars;
     const double side = static_cast<double>(state.range(0)) / 10;
     int64_t tested = 0;
     for (auto _ : state) {
@@ -73,7 +73,12 @@ void BM_VerifyPlate(benchmark::State& state) {
         benchmark::Counter(static_cast<double>(tested), benchmark::Counter::kAvgIterations);
 }
 // Field width in tenths of a degree, database.
-BENCHMARK(BM_VerifyPlate)->Args({5, 1})->Args({20, 1})->Args({20, 2})->Args({50, 2})->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_VerifyPlate)
+    ->Args({5, 1})
+    ->Args({20, 1})
+    ->Args({20, 2})
+    ->Args({50, 2})
+    ->Unit(benchmark::kMillisecond);
 
 }  // namespace
 }  // namespace tornel

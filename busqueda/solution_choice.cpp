@@ -173,13 +173,29 @@ std::vector<PlateStar> WinnerStars(const Solucion& w) {
 
 // The winner checked against the rest of its field. Its plate is a rotation and a scale about the
 // centre fitted to all its stars: two stars fix those four numbers and prove nothing, two of its base
-// here. The others of the polygon were fished by the lengths and directions of
-// their sides, each within a few pixels; they count only where they stand within the verification's
-// radius, which a wrong polygon's scattered residuals widen.
+// here. The others of the polygon were fished by the lengths and directions of their sides to the
+// base, each within a box of the tolerances at that length; the stars of the extension within three
+// pixels. Each counts as much as finding a star in its box by chance allows.
 Verification VerifyWinner(Context& c, const Solucion& w) {
-    const std::array<int32_t, 2> base = {w.EstrellasSolucion[static_cast<size_t>(w.Base1)].Id,
-                                         w.EstrellasSolucion[static_cast<size_t>(w.Base2)].Id};
-    return VerifyPlate(c, WinnerStars(w), base);
+    const EstrellaSolucion& b1 = w.EstrellasSolucion[static_cast<size_t>(w.Base1)];
+    const EstrellaSolucion& b2 = w.EstrellasSolucion[static_cast<size_t>(w.Base2)];
+    CandidateStars found;
+    found.identified = WinnerStars(w);
+    found.formedBy = {b1.Id, b2.Id};
+    found.searchedAround = c.mNumSeleccionadas;
+    // Radial by the error of distances, across by that of directions; a road that checks distances
+    // alone pins a star by two of them, about as tightly as a direction of twice that error.
+    const double across = std::max(c.gErrorInclinacion * c.gGradosARadianes, 2 * c.gErrorDistancias);
+    for (int32_t e = 1; e <= w.NumEnPoligono; ++e) {
+        const EstrellaSolucion& s = w.EstrellasSolucion[static_cast<size_t>(e)];
+        if (s.Id == b1.Id || s.Id == b2.Id) continue;
+        const double length =
+            std::min(std::hypot(s.X - b1.X, s.Y - b1.Y), std::hypot(s.X - b2.X, s.Y - b2.Y));
+        found.searched.push_back({s.Id, 4 * c.gErrorDistancias * across * length * length});
+    }
+    for (const EstrellaSolucion& s : w.Extendidas)
+        found.searched.push_back({s.Id, 36});
+    return VerifyPlate(c, found);
 }
 
 // The winner's plate fitted to all its identified stars rather than to three of them: the centre

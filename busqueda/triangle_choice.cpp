@@ -80,6 +80,30 @@ double FitToAllStars(Context& c, const SolucionTriangulo& s) {
     return worst;
 }
 
+// The stars of a solution as the search came by them. The three of the database triangle fixed the
+// plate and prove nothing; every other one was looked for in a box around where that plate put an
+// image star, among the candidates.
+CandidateStars HowFound(Context& c, const SolucionTriangulo& s) {
+    CandidateStars found;
+    found.identified = IdentifiedStars(c, s);
+    found.searchedAround = c.mNumCandidatas;
+    const double side = 2 * c.gSemiVentanaTriangulo / c.gGradosPorPixel;
+    const int32_t n = std::min<int32_t>(c.mNumSeleccionadas, 10);
+    for (int32_t k = 1; k <= n; ++k) {
+        if (Estrella(s, k) == 0) continue;
+        bool seed = false;
+        for (int32_t m = 1; m <= n; ++m)
+            if (m != k && Lado(s, std::min(k, m), std::max(k, m)) == 1) seed = true;
+        if (seed)
+            found.formedBy.push_back(Estrella(s, k));
+        else
+            found.searched.push_back({Estrella(s, k), side * side});
+    }
+    for (int32_t e : s.EstrellasExtra)
+        if (e != 0) found.searched.push_back({e, side * side});
+    return found;
+}
+
 // Whether a solution may be announced: it holds its stars where one plate puts them, within three
 // pixels (a catalogue star met by chance within the search tolerance stands farther off; a safe solution
 // has shown enough sides already, and a blended pair of stars may stand farther off), and the rest of
@@ -89,11 +113,7 @@ bool Acceptable(Context& c, const SolucionTriangulo& s, Verification& verificati
     const double worst = FitToAllStars(c, s);
     bool ok = !c.mFinAnalisis && (s.LadosTotales >= kLeastSidesSafe || worst <= kResidualLimit);
     if (ok) {
-        // The three stars of the seed triangle fixed the plate and prove nothing.
-        std::vector<int32_t> formedBy;
-        for (int32_t k : s.TrianguloBase)
-            if (k >= 1 && k <= 10) formedBy.push_back(Estrella(s, k));
-        verification = VerifyPlate(c, IdentifiedStars(c, s), formedBy);
+        verification = VerifyPlate(c, HowFound(c, s));
         ok = verification.accepted;
     }
     c.Cij = kept;

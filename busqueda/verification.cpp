@@ -24,15 +24,10 @@ struct Box {
     double Area() const { return (x2 - x1) * (y2 - y1); }
 };
 
-// The analysed rectangle in square pixels; the whole image when none was fixed.
-Box AnalysedBox(const Context& c) {
-    Box whole{0, 0, c.gAnchoImagen, c.gAltoImagen};
-    if (c.gXMax <= c.gXMin || c.gYMax <= c.gYMin || c.gRelacionPixel <= 0) return whole;
-    Box b{c.gXMin - 1.0, (c.gYMin - 1.0) / c.gRelacionPixel, static_cast<double>(c.gXMax),
-          c.gYMax / c.gRelacionPixel};
-    b.x1 = std::max(b.x1, 0.0), b.y1 = std::max(b.y1, 0.0);
-    b.x2 = std::min(b.x2, whole.x2), b.y2 = std::min(b.y2, whole.y2);
-    return b.Area() > 0 ? b : whole;
+// The whole image in square pixels: the check looks at every star of the frame, not only at those
+// of the part the search analysed.
+Box WholeImage(const Context& c) {
+    return {0, 0, c.gAnchoImagen, c.gAltoImagen};
 }
 
 using Matrix3 = std::array<std::array<double, 3>, 3>;
@@ -118,6 +113,47 @@ int32_t MatchOneToOne(std::vector<Pair>& pairs, size_t catalogueCount, size_t im
     return matched;
 }
 
+double LogAdd(double a, double b) {
+    if (a < b) std::swap(a, b);
+    if (std::isinf(b) && b < 0) return a;
+    return a + std::log1p(std::exp(b - a));
+}
+
+// -ln of the chance of k or more successes in the trials of the chances `own`, one each, as a table
+// by k: log-probabilities of each count, by the running product of the trials.
+std::vector<double> LogCountsOfOwn(std::span<const double> own) {
+    const double none = -std::numeric_limits<double>::infinity();
+    std::vector<double> logCount{0};
+    for (double q : own) {
+        const double lq = std::log(q), lr = std::log1p(-q);
+        std::vector<double> next(logCount.size() + 1, none);
+        for (size_t j = 0; j < logCount.size(); ++j) {
+            next[j] = LogAdd(next[j], logCount[j] + lr);
+            next[j + 1] = LogAdd(next[j + 1], logCount[j] + lq);
+        }
+        logCount = std::move(next);
+    }
+    return logCount;
+}
+
+// The image stars that take part, in square pixels inside the box: the candidates, then the fainter
+// stars the extraction kept for this check, up to kMaxVerificationStars.
+std::vector<std::array<double, 2>> ImageStars(const Context& c, const Box& box) {
+    std::vector<std::array<double, 2>> image;
+    const auto limit = static_cast<size_t>(kMaxVerificationStars);
+    const auto available =
+        std::min<size_t>(static_cast<size_t>(std::max(c.mNumCandidatas, 0)),
+                         c.mEstrellasCuadradas.empty() ? 0 : c.mEstrellasCuadradas.size() - 1);
+    for (size_t k = 1; k <= available && image.size() < limit; ++k) {
+        const EstrellaImagen& e = c.mEstrellasCuadradas[k];
+        if (box.Holds(e.x, e.y)) image.push_back({e.x, e.y});
+    }
+    const double ratio = c.gRelacionPixel > 0 ? c.gRelacionPixel : 1;
+    for (const EstrellaImagen& e : c.verificationStars)
+        if (image.size() < limit && box.Holds(e.x, e.y / ratio)) image.push_back({e.x, e.y / ratio});
+    return image;
+}
+
 }  // namespace
 
 double RequiredLog10Odds(const Context& c) {
@@ -146,30 +182,65 @@ double Log10BinomialTail(int32_t n, int32_t k, double p) {
     return std::max(0.0, -(top + std::log(sum)) / std::numbers::ln10);
 }
 
+double Log10TailOfSum(std::span<const double> own, int32_t n, double p, int32_t k) {
+    if (k <= 0) return 0;
+    if (k > n + static_cast<int32_t>(own.size())) return std::numeric_limits<double>::infinity();
+    const double none = -std::numeric_limits<double>::infinity();
+    const std::vector<double> logCount = LogCountsOfOwn(own);
+    // The natural log of the chance of i or more successes among the n others, for i from `least` up.
+    const int32_t least = std::max(1, k - static_cast<int32_t>(own.size()));
+    std::vector<double> logRest(static_cast<size_t>(std::max(n - least + 2, 1)), none);
+    if (p >= 1)
+        std::fill(logRest.begin(), logRest.end() - 1, 0.0);
+    else if (p > 0) {
+        const double lp = std::log(p), lq = std::log1p(-p), ln = std::lgamma(n + 1.0);
+        for (int32_t i = n; i >= least; --i) {
+            const double term = ln - std::lgamma(i + 1.0) - std::lgamma(n - i + 1.0) + i * lp + (n - i) * lq;
+            logRest[static_cast<size_t>(i - least)] =
+                LogAdd(logRest[static_cast<size_t>(i - least + 1)], term);
+        }
+    }
+    // j successes among `own` and k - j or more among the others, summed over j.
+    double logTail = none;
+    for (size_t j = 0; j < logCount.size(); ++j) {
+        const int32_t rest = k - static_cast<int32_t>(j);
+        if (rest > n) continue;
+        logTail = LogAdd(logTail, logCount[j] + (rest <= 0 ? 0 : logRest[static_cast<size_t>(rest - least)]));
+    }
+    return std::max(0.0, -logTail / std::numbers::ln10);
+}
+
 Verification VerifyPlate(Context& c, const std::vector<PlateStar>& identified,
                          std::span<const int32_t> formedBy) {
+    CandidateStars stars;
+    stars.identified = identified;
+    stars.formedBy.assign(formedBy.begin(), formedBy.end());
+    return VerifyPlate(c, stars);
+}
+
+Verification VerifyPlate(Context& c, const CandidateStars& stars) {
     Verification v;
     if (c.mFinAnalisis) return v;
     const PlateMatrix kept = c.Cij;
     WithTrap(c, "VerifyPlate", [&] {
-        v.radius = std::clamp(3 * RmsResidual(c, identified), 1.0, 5.0);
+        v.radius = std::clamp(3 * RmsResidual(c, stars.identified), 1.0, 5.0);
         const std::vector<CatalogueStar> field = CatalogueStarsInView(c);
         if (c.mFinAnalisis) return;
-        const Box box = AnalysedBox(c);
-        std::vector<std::array<double, 2>> image;
-        const auto available =
-            std::min<size_t>(static_cast<size_t>(std::max(c.mNumCandidatas, 0)),
-                             c.mEstrellasCuadradas.empty() ? 0 : c.mEstrellasCuadradas.size() - 1);
-        for (size_t k = 1; k <= available && image.size() < kVerificationImageStars; ++k) {
-            const EstrellaImagen& e = c.mEstrellasCuadradas[k];
-            if (box.Holds(e.x, e.y)) image.push_back({e.x, e.y});
-        }
+        const Box box = WholeImage(c);
+        const std::vector<std::array<double, 2>> image = ImageStars(c, box);
         v.imageStars = static_cast<int32_t>(image.size());
         FpCheck fp;
         const Matrix3 toImage = SkyToImage(c.Cij);
         const StarGrid grid(image, v.radius);
+        // The share of the image within the radius of some image star: the chance that a catalogue
+        // star falls on one with no relation to it.
+        const double density = image.size() / box.Area();
+        const double p = -std::expm1(-density * std::numbers::pi * v.radius * v.radius);
+        const double boxesDensity = std::max(stars.searchedAround, 0) / box.Area();
         std::vector<Pair> pairs;
+        std::vector<double> searchedChances;
         size_t tested = 0;
+        const auto& formedBy = stars.formedBy;
         for (const CatalogueStar& star : field) {
             if (std::find(formedBy.begin(), formedBy.end(), star.id) != formedBy.end()) continue;
             const Vector3 s = SkyVector(c, star.ra, star.dec);
@@ -184,16 +255,20 @@ Verification VerifyPlate(Context& c, const std::vector<PlateStar>& identified,
                 if (d <= v.radius) pairs.push_back({d, tested, k});
             });
             ++tested;
+            const auto searched =
+                std::find_if(stars.searched.begin(), stars.searched.end(),
+                             [&](const SearchedStar& found) { return found.id == star.id; });
+            if (searched != stars.searched.end())
+                searchedChances.push_back(std::max(p, -std::expm1(-boxesDensity * searched->boxArea)));
         }
         fp.Check();
         v.tested = static_cast<int32_t>(tested);
         v.matched = MatchOneToOne(pairs, tested, image.size());
-        // The share of the rectangle within the radius of some image star: the chance that a catalogue
-        // star falls on one with no relation to it.
-        const double density = image.size() / box.Area();
-        const double p = -std::expm1(-density * std::numbers::pi * v.radius * v.radius);
-        v.expected = p * v.tested;
-        v.log10Odds = Log10BinomialTail(v.tested, v.matched, p);
+        const auto others = static_cast<int32_t>(tested - searchedChances.size());
+        v.expected = p * others;
+        for (double q : searchedChances)
+            v.expected += q;
+        v.log10Odds = Log10TailOfSum(searchedChances, others, p, v.matched);
         v.accepted = v.matched >= kLeastMatches && v.log10Odds >= RequiredLog10Odds(c);
     });
     c.Cij = kept;

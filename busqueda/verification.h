@@ -22,16 +22,31 @@ inline constexpr double kLog10OddsLeast = 5;
 inline constexpr double kWholeSkySquareDegrees = 41253;
 // Matches below this prove nothing, however empty the image.
 inline constexpr int32_t kLeastMatches = 2;
-// The image stars that take part, the brightest first: enough for any field the catalogue can
-// confirm, few enough that faint noise does not crowd the image.
-inline constexpr int32_t kVerificationImageStars = 300;
 
-// Verifies the plate in Cij: the catalogue stars in its view (less those of `formedBy`, the stars that
-// fixed the plate and prove nothing), projected into the analysed rectangle, are matched one to one
-// with the image's stars (mEstrellasCuadradas) within a radius of three times the RMS residual of
-// `identified` (between 1 and 5 pixels). The chance of each match is the share of the rectangle that
-// lies within the radius of an image star; the odds are those of the binomial tail. Leaves Cij as it
+// A star that a road found by looking for a catalogue star in a box around where its plate put an
+// image star: finding one there by chance is as likely as a catalogue star falling in such a box.
+struct SearchedStar {
+    int32_t id = 0;      // in the search's numbering
+    double boxArea = 0;  // square pixels of the box it was looked for in
+};
+
+// How a road came by the stars of a candidate.
+struct CandidateStars {
+    std::vector<PlateStar> identified;   // every star it identified, for the radius
+    std::vector<int32_t> formedBy;       // the stars that fixed the plate: they prove nothing
+    std::vector<SearchedStar> searched;  // the stars it found by looking in a box
+    int32_t searchedAround = 0;          // image stars the road may have looked around
+};
+
+// Verifies the plate in Cij: the catalogue stars in its view (less `formedBy`), projected into the
+// whole image, are matched one to one with the image's stars (the candidates, then
+// verificationStars, kMaxVerificationStars at most) within a radius of three times the RMS residual of
+// `identified` (between 1 and 5 pixels). The chance of a match is the share of the image that lies
+// within the radius of an image star; for a searched star, at least the share that `searchedAround`
+// boxes of its size cover. The odds are those of the tail of the sum of those chances. Leaves Cij as it
 // was. Not accepted after an error, which the trap reports.
+Verification VerifyPlate(Context& c, const CandidateStars& stars);
+// The same with no searched stars.
 Verification VerifyPlate(Context& c, const std::vector<PlateStar>& identified,
                          std::span<const int32_t> formedBy);
 
@@ -40,6 +55,9 @@ double RequiredLog10Odds(const Context& c);
 
 // -log10 of the chance of k or more successes in n trials of chance p each.
 double Log10BinomialTail(int32_t n, int32_t k, double p);
+// -log10 of the chance of k or more successes in trials of the chances `own`, one each, and n more of
+// chance p each.
+double Log10TailOfSum(std::span<const double> own, int32_t n, double p, int32_t k);
 
 // The summary line of a verification: stars matched, expected by chance, odds.
 void ReportVerification(Context& c, const Verification& v);

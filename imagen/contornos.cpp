@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "comun/errors.h"
 #include "comun/numbers.h"
@@ -16,6 +17,11 @@ namespace tornel {
 namespace {
 
 constexpr int32_t kMaxSteps = 10000;
+// A star of the scan for the check of an answer within this of a candidate is that candidate (pixels).
+constexpr double kSameStarPixels = 5;
+// That scan stays this many sigmas of the sky's noise above its median level, where noise makes
+// almost no outline.
+constexpr double kNoiseSigmas = 5;
 
 enum class WalkEnd { Closed, TooLong };
 
@@ -244,14 +250,16 @@ namespace {
 
 enum class Outline { Walked, TooLong };
 
-// Contour n to a candidate; TooLong when the walk on its marks does not close within kMaxSteps.
-Outline TreatContour(Context& c, int32_t n) {
+// The brightness-weighted centroid of the contour that starts at (sx, sy), in image pixels, into
+// `star` (weight 0 when the contour makes no star); TooLong when the walk on its marks does not close within
+// kMaxSteps. The walk is drawn on the overlay when `draw`.
+Outline WalkContour(Context& c, int32_t sx, int32_t sy, bool draw, EstrellaImagen& star) {
+    star = EstrellaImagen{};
     const int32_t w = c.gPixelesX, h = c.gPixelesY;
     const size_t stride = static_cast<size_t>(w) + 1;
     const auto cell = [&](int32_t x, int32_t y) {
         return static_cast<size_t>(y) * stride + static_cast<size_t>(x);
     };
-    const int32_t sx = c.mContornoX.at(static_cast<size_t>(n)), sy = c.mContornoY.at(static_cast<size_t>(n));
     const int32_t mark = c.mContorno.at(cell(sx, sy));
     int32_t minX = sx, minY = sy, maxX = sx, maxY = sy;
     const WalkBounds image{1, w, 1, h};
@@ -269,7 +277,7 @@ Outline TreatContour(Context& c, int32_t n) {
         }
         minX = std::min(minX, nx), maxX = std::max(maxX, nx);
         minY = std::min(minY, ny), maxY = std::max(maxY, ny);
-        c.platform.DrawPoint((nx - 1) / f, (h - ny) / f, OverlayColour::Red);
+        if (draw) c.platform.DrawPoint((nx - 1) / f, (h - ny) / f, OverlayColour::Red);
         if (nx == sx && ny == sy) break;
         px = nx, py = ny;
         d = TurnLeft(d);
@@ -290,12 +298,158 @@ Outline TreatContour(Context& c, int32_t n) {
             if (sumW > INT32_MAX) Raise(kErrOverflow);
         }
     if (sumW < 1) return Outline::Walked;
+    star = {sumX / static_cast<double>(sumW), sumY / static_cast<double>(sumW), static_cast<double>(sumW)};
+    return Outline::Walked;
+}
+
+// Contour n to a candidate; TooLong when the walk on its marks does not close within kMaxSteps.
+Outline TreatContour(Context& c, int32_t n) {
+    EstrellaImagen star;
+    const Outline o = WalkContour(c, c.mContornoX.at(static_cast<size_t>(n)),
+                                  c.mContornoY.at(static_cast<size_t>(n)), true, star);
+    if (o == Outline::TooLong || !(star.brillo > 0)) return o;
     const auto k = static_cast<size_t>(++c.mNumCandidatas);
-    c.mCandidataX.at(k) = sumX / static_cast<double>(sumW);
-    c.mCandidataY.at(k) = sumY / static_cast<double>(sumW);
-    c.mCandidataBrillo.at(k) = static_cast<double>(sumW);
+    c.mCandidataX.at(k) = star.x;
+    c.mCandidataY.at(k) = star.y;
+    c.mCandidataBrillo.at(k) = star.brillo;
     c.mCandidataEstado.at(k) = 0;
     return Outline::Walked;
+}
+
+// The largest contour left (the lowest index of equals), 0 when none is.
+int32_t LargestContourLeft(const Context& c) {
+    int32_t best = 0, largest = 0;
+    for (int32_t i = 1; i <= c.mNumContornos; ++i)
+        if (c.mContornoPerimetro[static_cast<size_t>(i)] > largest) {
+            largest = c.mContornoPerimetro[static_cast<size_t>(i)];
+            best = i;
+        }
+    return best;
+}
+
+// A silent scan of the whole image at `threshold` for the check of an answer: the start and perimeter
+// of each outline of the scan's perimeters, at most `most`. False when a walk ran away or there were more.
+struct Found {
+    int32_t x, y, perimeter;
+};
+bool ScanQuietly(Context& c, int16_t threshold, size_t most, std::vector<Found>& out) {
+    out.clear();
+    const WalkBounds area{1, c.gPixelesX, 1, c.gPixelesY};
+    const size_t stride = static_cast<size_t>(c.gPixelesX) + 1;
+    const size_t cells = stride * (static_cast<size_t>(c.gPixelesY) + 1);
+    if (c.contourMarkBase > INT32_MAX - static_cast<int64_t>(cells) - 1) {
+        std::fill(c.mContorno.begin(), c.mContorno.end(), 0);
+        c.contourMarkBase = 0;
+    }
+    const int32_t base = c.contourMarkBase;
+    int32_t contour = base;
+    const Walker walker{c.mBrillo.data(), c.mContorno.data(), stride, threshold, area};
+    bool whole = true;
+    for (int32_t y = area.ya; y <= area.yb && whole; ++y) {
+        const int16_t* row = c.mBrillo.data() + static_cast<size_t>(y) * stride;
+        const int32_t* rowMarks = c.mContorno.data() + static_cast<size_t>(y) * stride;
+        for (int32_t x = NextAbove(row, area.xa, area.xb, threshold); x <= area.xb;
+             x = NextAbove(row, x + 1, area.xb, threshold)) {
+            if (rowMarks[x] > base || (row[x - 1] > threshold && x != area.xa)) continue;
+            ++contour;
+            c.mContorno[static_cast<size_t>(y) * stride + static_cast<size_t>(x)] = contour;
+            int32_t p = 0;
+            if (walker.Walk(x, y, contour, p) == WalkEnd::TooLong || out.size() == most) {
+                whole = false;
+                break;
+            }
+            if (p >= c.gPerimetroMax || p <= c.gPerimetroMin) continue;
+            out.push_back({x, y, p});
+        }
+    }
+    c.contourMarkBase = contour;
+    return whole;
+}
+
+// Whether a star of a quiet scan stands on one of the candidates: the same star seen at a lower
+// threshold, or a bright star's halo.
+bool OnACandidate(const Context& c, const EstrellaImagen& star) {
+    for (int32_t k = 1; k <= c.mNumCandidatas; ++k) {
+        const EstrellaImagen& e = c.mEstrellas[static_cast<size_t>(k)];
+        if (std::hypot(e.x - star.x, e.y - star.y) <= kSameStarPixels) return true;
+    }
+    return false;
+}
+
+// The stars of one quiet scan that are not candidates, the largest outlines first, as many as the
+// candidates leave room for.
+std::vector<EstrellaImagen> StarsOf(Context& c, std::vector<Found>& found) {
+    std::stable_sort(found.begin(), found.end(),
+                     [](const Found& a, const Found& b) { return a.perimeter > b.perimeter; });
+    const auto room = static_cast<size_t>(std::max(kMaxVerificationStars - c.mNumCandidatas, 0));
+    std::vector<EstrellaImagen> stars;
+    for (const Found& f : found) {
+        if (stars.size() >= room) break;
+        EstrellaImagen star;
+        if (WalkContour(c, f.x, f.y, false, star) == Outline::Walked && star.brillo > 0 &&
+            !OnACandidate(c, star))
+            stars.push_back(star);
+    }
+    return stars;
+}
+
+// The pixels of every third row and column, as the matrix holds them.
+std::vector<int16_t> SampleOfPixels(const Context& c) {
+    const size_t stride = static_cast<size_t>(c.gPixelesX) + 1;
+    std::vector<int16_t> sample;
+    for (int32_t y = 1; y <= c.gPixelesY; y += 3)
+        for (int32_t x = 1; x <= c.gPixelesX; x += 3)
+            sample.push_back(c.mBrillo[static_cast<size_t>(y) * stride + static_cast<size_t>(x)]);
+    return sample;
+}
+
+int16_t Median(std::vector<int16_t>& v) {
+    if (v.empty()) return 0;
+    std::nth_element(v.begin(), v.begin() + static_cast<std::ptrdiff_t>(v.size() / 2), v.end());
+    return v[v.size() / 2];
+}
+
+// The level of most of the image: its median.
+double MedianLevel(const Context& c) {
+    std::vector<int16_t> sample = SampleOfPixels(c);
+    return Median(sample);
+}
+
+// The noise of the sky, from the median absolute deviation of the pixels about their median (a
+// Gaussian's sigma is 1.4826 of it); at least one level, for 8-bit pictures.
+double NoiseSigma(const Context& c) {
+    std::vector<int16_t> sample = SampleOfPixels(c);
+    const int16_t median = Median(sample);
+    for (int16_t& v : sample)
+        v = static_cast<int16_t>(std::min(std::abs(v - median), 32767));
+    return std::max(1.4826 * Median(sample), 1.0);
+}
+
+// The fainter stars of the whole image for the check of an answer, into verificationStars: the
+// candidates stop at the few brightest of the analysed part, while the catalogue's fainter stars
+// need the image's. A scan at the noise floor, or where a crowded field gives too many outlines there
+// a bisection up to the candidates' threshold, aims at no more than twice kMaxVerificationStars
+// outlines; the last scan that kept a whole count stands. At a low threshold bright stars swell past
+// the longest outline or merge, so the candidates stay first and what stands on them goes.
+void KeepVerificationStars(Context& c) {
+    c.verificationStars.clear();
+    const auto most = static_cast<size_t>(4 * kMaxVerificationStars);
+    double high = c.mBrilloUmbral;
+    double low = std::min(MedianLevel(c) + kNoiseSigmas * NoiseSigma(c), high);
+    double threshold = low;
+    std::vector<Found> found;
+    for (int32_t round = 0; round < 5; ++round) {
+        const bool whole = ScanQuietly(c, MatrixThreshold(ToLong(threshold)), most, found);
+        if (whole) c.verificationStars = StarsOf(c, found);
+        if (whole && found.size() <= static_cast<size_t>(2 * kMaxVerificationStars)) {
+            if (round == 0 || found.size() >= static_cast<size_t>(kMaxVerificationStars)) break;
+            high = threshold;
+        } else {
+            low = threshold;
+        }
+        if (high - low < 1) break;
+        threshold = (low + high) / 2;
+    }
 }
 
 }  // namespace
@@ -321,13 +475,7 @@ void TrataContornos(Context& c) {
     c.mNumCandidatas = 0;
     const int32_t m = std::min<int32_t>(c.gMaxContornos, c.mNumContornos);
     for (int32_t round = 0; round < m; ++round) {
-        // The largest outline left; the lowest index wins a tie.
-        int32_t best = 0, largest = 0;
-        for (int32_t i = 1; i <= c.mNumContornos; ++i)
-            if (c.mContornoPerimetro[static_cast<size_t>(i)] > largest) {
-                largest = c.mContornoPerimetro[static_cast<size_t>(i)];
-                best = i;
-            }
+        const int32_t best = LargestContourLeft(c);
         if (best == 0) break;
         // An outline whose walk does not close (a large object lit in odd shapes) is passed over:
         // one such object must not cost the stars of the whole image.
@@ -355,6 +503,7 @@ int32_t ExtraeEstrellasLaberinto(Context& c) {
     c.mNumContornos = 0;
     c.mNumCandidatas = 0;
     c.mNumSeleccionadas = 0;
+    c.verificationStars.clear();
     if (c.gUmbralAutomatico == 1)
         AutomaticThreshold(c);
     else
@@ -373,7 +522,11 @@ int32_t ExtraeEstrellasLaberinto(Context& c) {
     SeleccionaEstrellas(c);
     if (c.mFinAnalisis) return resultado;
     resultado = c.mNumSeleccionadas;
-    if (resultado < 4) c.mFinAnalisis = true;
+    if (resultado < 4) {
+        c.mFinAnalisis = true;
+        return resultado;
+    }
+    KeepVerificationStars(c);
     return resultado;
 }
 

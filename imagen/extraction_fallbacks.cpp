@@ -23,7 +23,7 @@ struct Extraction {
     std::array<int32_t, kMaxContornosEscaneo + 1> contornoX{}, contornoY{}, contornoPerimetro{};
     std::vector<double> candidataX, candidataY, candidataBrillo;
     std::vector<int32_t> candidataEstado;
-    std::vector<EstrellaImagen> estrellas, estrellasCuadradas;
+    std::vector<EstrellaImagen> estrellas, estrellasCuadradas, verificationStars;
     std::array<EstrellaImagen, 11> seleccionadas_{};
 
     Extraction(const Context& c, int32_t r)
@@ -44,6 +44,7 @@ struct Extraction {
           candidataEstado(c.mCandidataEstado),
           estrellas(c.mEstrellas),
           estrellasCuadradas(c.mEstrellasCuadradas),
+          verificationStars(c.verificationStars),
           seleccionadas_(c.mSeleccionadas) {}
 
     int32_t Restore(Context& c) const {
@@ -53,6 +54,7 @@ struct Extraction {
         c.mCandidataX = candidataX, c.mCandidataY = candidataY, c.mCandidataBrillo = candidataBrillo;
         c.mCandidataEstado = candidataEstado;
         c.mEstrellas = estrellas, c.mEstrellasCuadradas = estrellasCuadradas;
+        c.verificationStars = verificationStars;
         c.mSeleccionadas = seleccionadas_;
         return resultado;
     }

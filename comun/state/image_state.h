@@ -28,6 +28,9 @@ struct InfoBitmap {
 
 // The most contours one scan keeps (slots 1 to 999; the 1000th ends the scan).
 inline constexpr int32_t kMaxContornosEscaneo = 1000;
+// The most stars the check of an answer takes from the image: enough for any field the catalogue
+// can confirm, few enough that faint noise does not crowd the image.
+inline constexpr int32_t kMaxVerificationStars = 300;
 
 struct ImageState {
     // Image matrices. mBrillo and mContorno run x 0..W, y 0..H (row length W + 1, margins at 0);
@@ -58,6 +61,10 @@ struct ImageState {
     std::vector<double> mCandidataX, mCandidataY, mCandidataBrillo;
     std::vector<int32_t> mCandidataEstado;
 
+    // The fainter stars of the whole image for the check of an answer, from a scan below the
+    // candidates' threshold, the largest outlines first, none on a candidate (the candidates'
+    // pixels). Candidates and these together come to kMaxVerificationStars at most.
+    std::vector<EstrellaImagen> verificationStars;
     // Candidates in brightness order and their square-pixel copies; used from index 1.
     std::vector<EstrellaImagen> mEstrellas;
     std::vector<EstrellaImagen> mEstrellasCuadradas;

@@ -34,6 +34,26 @@ TEST(ChanceOfMatches, TheBinomialTail) {
     EXPECT_GT(Log10BinomialTail(2000, 201, 0.001), Log10BinomialTail(2000, 200, 0.001));
 }
 
+TEST(ChanceOfMatches, TrialsOfTheirOwnChanceBesideTheBinomial) {
+    // None of their own: the binomial tail.
+    EXPECT_NEAR(Log10TailOfSum({}, 2000, 0.001, 200), Log10BinomialTail(2000, 200, 0.001), 1e-9);
+    // Own trials of the same chance are more of the same binomial.
+    const std::vector<double> same(5, 0.01);
+    EXPECT_NEAR(Log10TailOfSum(same, 40, 0.01, 4), Log10BinomialTail(45, 4, 0.01), 1e-9);
+    // By hand: one of chance 0.5 and one of 0.1; both = 0.05, at least one = 1 - 0.5 x 0.9.
+    const std::vector<double> two = {0.5, 0.1};
+    EXPECT_NEAR(Log10TailOfSum(two, 0, 0.3, 2), -std::log10(0.05), 1e-12);
+    EXPECT_NEAR(Log10TailOfSum(two, 0, 0.3, 1), -std::log10(0.55), 1e-12);
+    EXPECT_NEAR(Log10TailOfSum(two, 1, 0.2, 3), -std::log10(0.05 * 0.2), 1e-12);
+    EXPECT_TRUE(std::isinf(Log10TailOfSum(two, 1, 0.2, 4)));
+    EXPECT_EQ(Log10TailOfSum(two, 1, 0.2, 0), 0);
+    // Ten matches found by a search whose boxes catch a star half the time prove far less than ten
+    // at a chance of one in a thousand.
+    const std::vector<double> searched(10, 0.5);
+    EXPECT_LT(Log10TailOfSum(searched, 100, 0.001, 10), 4);
+    EXPECT_GT(Log10BinomialTail(110, 10, 0.001), 15);
+}
+
 TEST(ChanceOfMatches, TheOddsASearchAsksForGrowWithTheSkyItSpans) {
     testing::TestProgram p;
     Context& c = p.c;
@@ -223,6 +243,46 @@ TEST_P(Verifying, AWrongPlateIsRefused) {
         EXPECT_FALSE(v.accepted) << v.matched << " of " << v.tested;
         EXPECT_LT(v.log10Odds, 3);
     }
+}
+
+TEST_P(Verifying, StarsASearchFoundInBoxesCountAtTheChanceOfTheBox) {
+    // A wrong plate whose search found eight catalogue stars by looking around 300 image stars, each
+    // in a box of 30 x 30 pixels (a quarter of a minute of arc at 1"/pixel): the image stars stand
+    // where it put them, as the search would have it. Scored at the verification's radius they would
+    // look like proof.
+    Point(p.c, 100, 20, 30);
+    std::mt19937_64 rng(5);
+    std::uniform_real_distribution<double> place(0, 1000);
+    p.c.mEstrellasCuadradas.assign(1, {});
+    for (int n = 0; n < 40; ++n)
+        p.c.mEstrellasCuadradas.push_back({place(rng), place(rng), 10});
+    CandidateStars wrong;
+    wrong.identified = Identified();
+    for (const CatalogueStar& star : CatalogueStarsInView(p.c)) {
+        double x = 0, y = 0;
+        CoordenadasCatalogoAimagen(p.c, star.ra, star.dec, x, y);
+        if (x < 0 || x > 1000 || y < 0 || y > 1000) continue;
+        const bool fixedThePlate =
+            std::any_of(wrong.identified.begin(), wrong.identified.end(),
+                        [&](const auto& s) { return std::hypot(s.x - x, s.y - y) < 1; });
+        if (fixedThePlate) {
+            wrong.formedBy.push_back(star.id);
+        } else if (wrong.searched.size() < 8) {
+            p.c.mEstrellasCuadradas.push_back({x + 0.3, y, 20});
+            wrong.searched.push_back({star.id, 900});
+        }
+    }
+    ASSERT_EQ(wrong.formedBy.size(), 3U);
+    ASSERT_EQ(wrong.searched.size(), 8U);
+    p.c.mNumCandidatas = static_cast<int32_t>(p.c.mEstrellasCuadradas.size()) - 1;
+    wrong.searchedAround = 300;
+    const Verification asProof = VerifyPlate(p.c, wrong.identified, wrong.formedBy);
+    EXPECT_GE(asProof.matched, 8);
+    EXPECT_TRUE(asProof.accepted) << asProof.log10Odds;
+    const Verification honest = VerifyPlate(p.c, wrong);
+    EXPECT_EQ(honest.matched, asProof.matched);
+    EXPECT_FALSE(honest.accepted) << honest.log10Odds;
+    EXPECT_GT(honest.expected, asProof.expected + 1);
 }
 
 TEST_P(Verifying, NothingToStandOn) {

@@ -2,6 +2,7 @@
 // picture comes from, and a reversed picture gives the mirrored stars.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 
 #include "tests/imagen/image_program.h"
@@ -47,6 +48,48 @@ TEST(Extraction, AutomaticThresholdSelectsTheBrightestStarsOfAFits) {
     ExpectBrightestTrueStars(p.Extract(), render::Truth(field), 10);
     EXPECT_GE(p.c.mNumContornos, 20);
     EXPECT_LE(p.c.mNumContornos, 30);
+}
+
+// The check of an answer needs the faint stars of the whole frame, while the search takes the few
+// brightest of the part it analyses.
+TEST(Extraction, TheCheckOfAnAnswerGetsTheFaintStarsOfTheWholeImage) {
+    ImageProgram p;
+    render::Field field = StarField(5);
+    field.stars = render::RandomStars(150, field.width, field.height, 20, 15, 1500, 300000, 5);
+    const std::vector<render::Star> truth = render::Truth(field);
+    const std::string path = p.home.File("deep.fit");
+    ASSERT_TRUE(render::WriteFits(path, render::Render(field), render::FitsStorage::Unsigned));
+    ASSERT_TRUE(p.Load(path));
+    Context& c = p.c;
+    c.gUmbralAutomatico = 1;
+    c.gAreaImagen = 1;
+    c.mRectanguloX1 = 480, c.mRectanguloY1 = 380, c.mRectanguloX2 = 160, c.mRectanguloY2 = 100;
+    ASSERT_EQ(p.Extract().size(), 10U);
+    ASSERT_GT(c.gXMin, 1);
+    ASSERT_LT(c.gXMax, field.width);
+
+    std::vector<EstrellaImagen> all(c.mEstrellas.begin() + 1, c.mEstrellas.begin() + c.mNumCandidatas + 1);
+    all.insert(all.end(), c.verificationStars.begin(), c.verificationStars.end());
+    EXPECT_LE(all.size(), static_cast<size_t>(kMaxVerificationStars));
+    int32_t outside = 0, onTruth = 0;
+    for (const EstrellaImagen& e : c.verificationStars) {
+        for (int32_t k = 1; k <= c.mNumCandidatas; ++k)
+            EXPECT_GT(std::hypot(e.x - c.mEstrellas[static_cast<size_t>(k)].x,
+                                 e.y - c.mEstrellas[static_cast<size_t>(k)].y),
+                      5);
+        if (e.x < c.gXMin || e.x > c.gXMax || e.y < c.gYMin || e.y > c.gYMax) ++outside;
+        size_t k = 0;
+        if (Nearest(e, truth, k) < 1) ++onTruth;
+    }
+    EXPECT_GT(outside, 50);
+    EXPECT_GE(onTruth, 0.9 * static_cast<double>(c.verificationStars.size()));
+    // Nearly every true star is there once.
+    int32_t found = 0;
+    for (const render::Star& t : truth)
+        if (std::any_of(all.begin(), all.end(),
+                        [&](const EstrellaImagen& e) { return std::hypot(e.x - t.x, e.y - t.y) < 1; }))
+            ++found;
+    EXPECT_GE(found, 135);
 }
 
 // Levels of the 8-bit files: the brightest star peaks just below 255.
