@@ -12,6 +12,7 @@
 #include "catalogo/field_stars.h"
 #include "comun/errors.h"
 #include "comun/numbers.h"
+#include "imagen/imagen.h"
 #include "resultados/resumen.h"
 
 namespace tornel {
@@ -223,6 +224,7 @@ Verification VerifyPlate(Context& c, const CandidateStars& stars) {
     if (c.mFinAnalisis) return v;
     const PlateMatrix kept = c.Cij;
     WithTrap(c, "VerifyPlate", [&] {
+        FindVerificationStars(c);
         v.radius = std::clamp(3 * RmsResidual(c, stars.identified), 1.0, 5.0);
         const std::vector<CatalogueStar> field = CatalogueStarsInView(c);
         if (c.mFinAnalisis) return;

@@ -22,6 +22,8 @@ constexpr double kSameStarPixels = 5;
 // That scan stays this many sigmas of the sky's noise above its median level, where noise makes
 // almost no outline.
 constexpr double kNoiseSigmas = 5;
+// Pixels enough to measure that noise.
+constexpr double kNoiseSample = 65536;
 
 enum class WalkEnd { Closed, TooLong };
 
@@ -393,49 +395,45 @@ std::vector<EstrellaImagen> StarsOf(Context& c, std::vector<Found>& found) {
     return stars;
 }
 
-// The pixels of every third row and column, as the matrix holds them.
+// Pixels on a regular grid over the image, about kNoiseSample of them, as the matrix holds them.
 std::vector<int16_t> SampleOfPixels(const Context& c) {
     const size_t stride = static_cast<size_t>(c.gPixelesX) + 1;
+    const double pixels = static_cast<double>(c.gPixelesX) * c.gPixelesY;
+    const auto step = static_cast<int32_t>(std::max(1.0, std::floor(std::sqrt(pixels / kNoiseSample))));
     std::vector<int16_t> sample;
-    for (int32_t y = 1; y <= c.gPixelesY; y += 3)
-        for (int32_t x = 1; x <= c.gPixelesX; x += 3)
+    for (int32_t y = 1; y <= c.gPixelesY; y += step)
+        for (int32_t x = 1; x <= c.gPixelesX; x += step)
             sample.push_back(c.mBrillo[static_cast<size_t>(y) * stride + static_cast<size_t>(x)]);
     return sample;
 }
 
-int16_t Median(std::vector<int16_t>& v) {
+int32_t Median(std::vector<int32_t>& v) {
     if (v.empty()) return 0;
     std::nth_element(v.begin(), v.begin() + static_cast<std::ptrdiff_t>(v.size() / 2), v.end());
     return v[v.size() / 2];
 }
 
-// The level of most of the image: its median.
-double MedianLevel(const Context& c) {
-    std::vector<int16_t> sample = SampleOfPixels(c);
-    return Median(sample);
+// The level below which the sky's noise makes almost no outline: the median of the image and
+// kNoiseSigmas of its noise, measured by the median absolute deviation about it (a Gaussian's sigma
+// is 1.4826 of it), at least one level for 8-bit pictures.
+double NoiseFloor(const Context& c) {
+    const std::vector<int16_t> pixels = SampleOfPixels(c);
+    std::vector<int32_t> v(pixels.begin(), pixels.end());
+    const int32_t median = Median(v);
+    for (int32_t& x : v)
+        x = std::abs(x - median);
+    return median + kNoiseSigmas * std::max(1.4826 * Median(v), 1.0);
 }
 
-// The noise of the sky, from the median absolute deviation of the pixels about their median (a
-// Gaussian's sigma is 1.4826 of it); at least one level, for 8-bit pictures.
-double NoiseSigma(const Context& c) {
-    std::vector<int16_t> sample = SampleOfPixels(c);
-    const int16_t median = Median(sample);
-    for (int16_t& v : sample)
-        v = static_cast<int16_t>(std::min(std::abs(v - median), 32767));
-    return std::max(1.4826 * Median(sample), 1.0);
-}
+}  // namespace
 
-// The fainter stars of the whole image for the check of an answer, into verificationStars: the
-// candidates stop at the few brightest of the analysed part, while the catalogue's fainter stars
-// need the image's. A scan at the noise floor, or where a crowded field gives too many outlines there
-// a bisection up to the candidates' threshold, aims at no more than twice kMaxVerificationStars
-// outlines; the last scan that kept a whole count stands. At a low threshold bright stars swell past
-// the longest outline or merge, so the candidates stay first and what stands on them goes.
-void KeepVerificationStars(Context& c) {
+void FindVerificationStars(Context& c) {
+    if (!c.verificationScanDue) return;
+    c.verificationScanDue = false;
     c.verificationStars.clear();
     const auto most = static_cast<size_t>(4 * kMaxVerificationStars);
     double high = c.mBrilloUmbral;
-    double low = std::min(MedianLevel(c) + kNoiseSigmas * NoiseSigma(c), high);
+    double low = std::min(NoiseFloor(c), high);
     double threshold = low;
     std::vector<Found> found;
     for (int32_t round = 0; round < 5; ++round) {
@@ -451,8 +449,6 @@ void KeepVerificationStars(Context& c) {
         threshold = (low + high) / 2;
     }
 }
-
-}  // namespace
 
 void TrataEstrella(Context& c, int32_t n) {
     if (c.mFinAnalisis) return;
@@ -504,6 +500,7 @@ int32_t ExtraeEstrellasLaberinto(Context& c) {
     c.mNumCandidatas = 0;
     c.mNumSeleccionadas = 0;
     c.verificationStars.clear();
+    c.verificationScanDue = false;
     if (c.gUmbralAutomatico == 1)
         AutomaticThreshold(c);
     else
@@ -526,7 +523,7 @@ int32_t ExtraeEstrellasLaberinto(Context& c) {
         c.mFinAnalisis = true;
         return resultado;
     }
-    KeepVerificationStars(c);
+    c.verificationScanDue = true;
     return resultado;
 }
 

@@ -24,6 +24,7 @@ struct Extraction {
     std::vector<double> candidataX, candidataY, candidataBrillo;
     std::vector<int32_t> candidataEstado;
     std::vector<EstrellaImagen> estrellas, estrellasCuadradas, verificationStars;
+    bool verificationScanDue = false;
     std::array<EstrellaImagen, 11> seleccionadas_{};
 
     Extraction(const Context& c, int32_t r)
@@ -45,6 +46,7 @@ struct Extraction {
           estrellas(c.mEstrellas),
           estrellasCuadradas(c.mEstrellasCuadradas),
           verificationStars(c.verificationStars),
+          verificationScanDue(c.verificationScanDue),
           seleccionadas_(c.mSeleccionadas) {}
 
     int32_t Restore(Context& c) const {
@@ -54,7 +56,7 @@ struct Extraction {
         c.mCandidataX = candidataX, c.mCandidataY = candidataY, c.mCandidataBrillo = candidataBrillo;
         c.mCandidataEstado = candidataEstado;
         c.mEstrellas = estrellas, c.mEstrellasCuadradas = estrellasCuadradas;
-        c.verificationStars = verificationStars;
+        c.verificationStars = verificationStars, c.verificationScanDue = verificationScanDue;
         c.mSeleccionadas = seleccionadas_;
         return resultado;
     }
@@ -160,6 +162,9 @@ int32_t ExtractStarsWithFallbacks(Context& c) {
         CalculaBrilloDeFondoYumbral(c);
         c.mNumSeleccionadas = anteriores;
         if (!c.mFinAnalisis) again = ExtraeEstrellasLaberinto(c);
+        // The fainter stars for the check of an answer come from the image and the outlines these
+        // candidates came from, which last only here.
+        FindVerificationStars(c);
         if (c.mNumCandidatas < kEnoughCandidates && c.gPerimetroMin > kSmallStarPerimeter &&
             !c.gDetenerAnalisis) {
             // Faint stars of sharp small-sensor frames light 2 x 2 or 3 x 3 pixels, below the usual
@@ -174,6 +179,7 @@ int32_t ExtractStarsWithFallbacks(Context& c) {
             c.mFinAnalisis = false;
             c.mNumSeleccionadas = anteriores;
             again = ExtraeEstrellasLaberinto(c);
+            FindVerificationStars(c);
             c.gPerimetroMin = shortest;
             if (c.mNumCandidatas <= flattened.candidatas) again = flattened.Restore(c);
         }

@@ -43,6 +43,15 @@ void TrataContornos(Context& c);
 // Contour n (from 1) to a candidate with its brightness-weighted centroid; a walk that does not close
 // ends the analysis here, while TrataContornos passes over that contour.
 void TrataEstrella(Context& c, int32_t n);
+// The fainter stars of the whole image for the check of an answer, into verificationStars, once after
+// each extraction that kept stars, while its image is in memory: the candidates stop at the few
+// brightest of the analysed part, while the catalogue's fainter stars need the image's. A scan at
+// the noise floor (the median and five sigmas of the sky's noise), or where a crowded field gives
+// too many outlines there a bisection up to the candidates' threshold, aims at no more than twice
+// kMaxVerificationStars outlines; the last scan that kept a whole count stands. At a low threshold
+// bright stars swell past the longest outline or merge, so the candidates stay first and what
+// stands on them goes.
+void FindVerificationStars(Context& c);
 // Candidates to mEstrellas, brightest first, and the brightest few to mSeleccionadas.
 void SeleccionaEstrellas(Context& c);
 

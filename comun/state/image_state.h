@@ -65,6 +65,8 @@ struct ImageState {
     // candidates' threshold, the largest outlines first, none on a candidate (the candidates'
     // pixels). Candidates and these together come to kMaxVerificationStars at most.
     std::vector<EstrellaImagen> verificationStars;
+    // The extraction kept stars and the scan for verificationStars has not been made yet.
+    bool verificationScanDue = false;
     // Candidates in brightness order and their square-pixel copies; used from index 1.
     std::vector<EstrellaImagen> mEstrellas;
     std::vector<EstrellaImagen> mEstrellasCuadradas;

@@ -67,6 +67,9 @@ TEST(Extraction, TheCheckOfAnAnswerGetsTheFaintStarsOfTheWholeImage) {
     ASSERT_EQ(p.Extract().size(), 10U);
     ASSERT_GT(c.gXMin, 1);
     ASSERT_LT(c.gXMax, field.width);
+    // The scan waits for the first check of an answer.
+    EXPECT_TRUE(c.verificationStars.empty());
+    FindVerificationStars(c);
 
     std::vector<EstrellaImagen> all(c.mEstrellas.begin() + 1, c.mEstrellas.begin() + c.mNumCandidatas + 1);
     all.insert(all.end(), c.verificationStars.begin(), c.verificationStars.end());
