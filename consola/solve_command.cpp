@@ -120,7 +120,7 @@ void ApplyPlan(Context& c, const SolveOptions& o, const RunPlan& plan) {
     c.gFocalEnPixeles = FocalDesdeEscala(plan.scale);
     CalculaValoresDerivados(c);
     if (o.angle) c.gAnguloImagen = GradosEntre0y360(*o.angle);
-    if (o.mirror) c.gImagenInvertida = 1;
+    c.gImagenInvertida = o.mirror ? 1 : 0;
     if (o.stars) c.gMaxContornos = static_cast<int16_t>(*o.stars);
     if (plan.window) c.gAnchoVentana = c.gAltoVentana = *plan.window;
     c.gBaseDatosPedida = plan.database;

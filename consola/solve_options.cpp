@@ -23,7 +23,8 @@ Scale (one of them; else the FITS header's, else the command refuses):
   --fov DEG               image width in degrees                        --fov 0.44
 Orientation:
   --angle DEG             the image angle expected (default: param.txt) --angle 90
-  --mirror                the camera gives a mirrored image             --mirror
+  --mirror                the camera gives a mirrored image (default:
+                          not mirrored, whatever param.txt says)        --mirror
 Position (else the FITS header's; with none the whole sky is searched):
   --ra RA --dec DEC       degrees, or HH:MM:SS and +DD:MM:SS            --ra 03:47:00 --dec +24:07:00
   --radius DEG            search radius around it (default: half the window of param.txt;
