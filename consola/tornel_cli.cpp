@@ -8,6 +8,7 @@
 #include "comun/build_info.h"
 #include "comun/numbers.h"
 #include "consola/console_platform.h"
+#include "consola/solve_command.h"
 #include "consola/timer_loop.h"
 #include "core/parametros.h"
 #include "core/startup.h"
@@ -21,6 +22,7 @@ constexpr int kExitNotSolved = 1;
 constexpr int kExitUsage = 2;
 
 const char* const kHelp = R"(Usage: tornel-cli [OPTIONS] [MODE [IMAGE [RA [DEC]]]]
+       tornel-cli solve IMAGE [OPTIONS]
 
 Tornel star-field solver without a window. It starts as the desktop program does: it reads the
 parameters of its program folder, checks the folders and the databases, then follows the command line.
@@ -35,6 +37,8 @@ Command line (the same as the desktop program's):
   8 IMAGE              analyse IMAGE (a path without blanks) and end
   8 IMAGE RA           the same, searching around right ascension RA (degrees; brought into 0..360)
   8 IMAGE RA DEC       the same, around RA and declination DEC (degrees)
+  solve IMAGE OPTIONS  solve IMAGE with the scale, position and outputs given as options, for this
+                       run only (param.txt is not changed); see tornel-cli solve --help
   Items after the fourth are ignored. A MODE that is not a number from 0 to 8 is ignored with the
   rest of the line: the parameters stand, and the program starts as with no command line.
 
@@ -145,6 +149,7 @@ int RunMailboxDaemon(Context& c, ConsolePlatform& platform, TimerLoop& timers) {
 }
 
 int Run(int argc, char** argv) {
+    if (argc > 1 && std::string(argv[1]) == "solve") return RunSolve({argv + 2, argv + argc});
     Options o = ParseOptions(argc, argv);
     if (o.help) {
         std::cout << kHelp;

@@ -391,6 +391,7 @@ std::string TextoParametros(Context& c) {
 
 void GrabaParametros(Context& c) {
     if (c.gPerimetroMax == 0 && c.gFocalEnPixeles == 0 && c.gMaxContornos == 0) return;
+    if (c.parametersForThisRunOnly) return;
     WithTrap(c, "GrabaParametros", [&] {
         std::string text = TextoParametros(c);
         if (!WriteFileAtomically(RutaParametros(c), text)) Raise(kErrPathFileAccess);

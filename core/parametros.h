@@ -13,7 +13,8 @@ inline constexpr int kParameterPairs = 65;
 void ParametrosPorDefecto(Context& c);
 // Reads a parameter file; failures are told to the user, never thrown.
 void CargaParametros(Context& c, const std::string& ruta);
-// Writes param.txt in the program folder, through a temporary file and a rename.
+// Writes param.txt in the program folder, through a temporary file and a rename; nothing when the
+// parameters in memory are for this run only.
 void GrabaParametros(Context& c);
 // Saves the parameters when a stage below the run marked them changed.
 void SaveChangedParameters(Context& c);

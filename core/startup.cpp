@@ -239,7 +239,8 @@ void ExtraeLineaComandos(Context& c, const std::string& linea) {
     c.gCentroComandoDEC = *dec;
 }
 
-void Form_Load(Context& c, const std::string& lineaComandos) {
+void Form_Load(Context& c, const std::string& lineaComandos,
+               const std::function<void(Context&)>& afterParameters) {
     try {
         DeleteLeftOvers(c.gCarpetaPrograma);
         InicializaVariables(c);
@@ -250,6 +251,7 @@ void Form_Load(Context& c, const std::string& lineaComandos) {
         else
             c.platform.MessageBox("The parameters file " + ruta +
                                   " does not exist. Verify the values of the parameters.");
+        if (afterParameters) afterParameters(c);
         c.platform.ApplyLanguage();
         CompruebaDLL(c);
         if (CompruebaCarpetas(c)) {

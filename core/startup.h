@@ -2,6 +2,7 @@
 // Start-up and shutdown: program folder, single instance, the checks of folders, library and
 // databases, the database in force and the command line.
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -43,7 +44,10 @@ std::optional<int16_t> CommandLineMode(const std::string& item);
 void ExtraeLineaComandos(Context& c, const std::string& linea);
 
 // The whole start-up of the main program, with its command line (already joined by blanks).
-void Form_Load(Context& c, const std::string& lineaComandos);
+// `afterParameters`, when given, changes the parameters just read, before the folders and the
+// databases are checked and put in force.
+void Form_Load(Context& c, const std::string& lineaComandos,
+               const std::function<void(Context&)>& afterParameters = {});
 // The end: star file closed, window geometry and parameters saved.
 void Form_Unload(Context& c);
 

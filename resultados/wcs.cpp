@@ -204,9 +204,8 @@ std::string InFilePixels(const std::string& card, int32_t b) {
     return Card(card.substr(0, 10) + DobleAcadenaFIT(v) + card.substr(comment));
 }
 
-// A FITS header of no data beside an image that the rewrite must leave as it is: the solution's
-// cards, in the pixels of the file.
-void WriteWcsBeside(Context& c, const std::string& cadena) {
+// A FITS header of no data holding the solution's cards, in the pixels of the file.
+std::string WcsHeaderText(const Context& c, const std::string& cadena) {
     std::string out = Card("SIMPLE  =                    T / the WCS of an image, no data") +
                       Card("BITPIX  =                    8") + Card("NAXIS   =                    0") +
                       Card("COMMENT = WCS coordinates of " + c.gNombreImagen + " by Tornel:");
@@ -217,8 +216,13 @@ void WriteWcsBeside(Context& c, const std::string& cadena) {
     for (size_t at = 0; at + kCard <= cadena.size(); at += kCard)
         out += b > 1 ? InFilePixels(cadena.substr(at, kCard), b) : cadena.substr(at, kCard);
     out.resize((out.size() + kBlockBytes - 1) / kBlockBytes * kBlockBytes, ' ');
+    return out;
+}
+
+// Beside an image that the rewrite must leave as it is.
+void WriteWcsBeside(Context& c, const std::string& cadena) {
     const std::string path = c.gRutaImagen + ".wcs";
-    if (!WriteFileAtomically(path, out)) Raise(kErrPathFileAccess);
+    if (!WriteFileAtomically(path, WcsHeaderText(c, cadena))) Raise(kErrPathFileAccess);
     ParaResumen(c, "WCS escrito en " + path, "WCS écrit dans " + path, "WCS written to " + path);
 }
 
@@ -295,6 +299,19 @@ void GrehacerCabeceraFits(Context& c) {
         c.mFechaUltimaImagen = stamp;
         c.gUltimaFechaBuzon = stamp;
     });
+}
+
+bool WriteWcsHeader(Context& c, const std::string& path) {
+    if (!c.gHaySolucion) return false;
+    // A run that stopped at enough sides has ended; its plate still stands.
+    const bool ended = c.mFinAnalisis;
+    c.mFinAnalisis = false;
+    std::string cadena;
+    int32_t longitud = 0;
+    FabricaCadenaWCS(c, cadena, longitud);
+    const bool composed = !c.mFinAnalisis && longitud > 0;
+    c.mFinAnalisis = ended;
+    return composed && WriteFileAtomically(path, WcsHeaderText(c, cadena));
 }
 
 }  // namespace tornel

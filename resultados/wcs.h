@@ -15,6 +15,10 @@ namespace tornel {
 // with no data, in the pixels of the file.
 void GrehacerCabeceraFits(Context& c);
 
+// The solution's WCS as a FITS header of no data at `path`, in the pixels of the file. False when
+// there is no solution, its cards cannot be composed or the file cannot be written.
+bool WriteWcsHeader(Context& c, const std::string& path);
+
 // The WCS block, 80-character cards ending in END. `longitud` is its length in characters, or
 // -1 (north vector of zero length), -2 (declination 90), -3 (declination -90), -4 (not whole cards).
 void FabricaCadenaWCS(Context& c, std::string& cadena, int32_t& longitud);

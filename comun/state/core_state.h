@@ -41,6 +41,8 @@ enum DatabaseFileKind : int {
 struct CoreState {
     // A stage below the run changed a parameter (the image angle) that the run must save.
     bool parametersChanged = false;
+    // The parameters in memory hold choices of one command (tornel-cli solve): nothing writes them.
+    bool parametersForThisRunOnly = false;
     // Start-up.
     std::string gCarpetaPrograma;  // program folder, ends in "/"
     bool gIniciadoPorUsuario = true;

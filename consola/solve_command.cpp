@@ -1,0 +1,298 @@
+#include "consola/solve_command.h"
+
+#include <signal.h>
+
+#include <chrono>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <optional>
+#include <sstream>
+
+#include "astrometria/sky_maths.h"
+#include "comun/numbers.h"
+#include "consola/console_platform.h"
+#include "consola/solve_options.h"
+#include "consola/timer_loop.h"
+#include "core/parametros.h"
+#include "core/startup.h"
+#include "imagen/picture_files.h"
+#include "resultados/solution_presentation.h"
+#include "resultados/wcs.h"
+
+namespace tornel {
+namespace {
+
+constexpr int kExitSolved = 0;
+constexpr int kExitNotSolved = 1;
+constexpr int kExitUsage = 2;
+
+// What the run is told, once the command line and the header have been heard.
+struct RunPlan {
+    double scale = 0;
+    std::optional<double> ra, dec;
+    std::optional<double> window;  // degrees on a side
+    int database = 0;
+    std::vector<std::string> notes;  // how the hints were settled, for standard error
+};
+
+struct Outcome {
+    bool solved = false;
+    double ra = 0, dec = 0, scale = 0, angle = 0, seconds = 0;
+    bool mirror = false;
+    int sides = 0, database = 0;
+    std::string message;
+};
+
+// The width in pixels of a picture file, for --fov; 0 when it cannot be read.
+int PictureWidth(const std::string& path) {
+    const std::string lower = ToLower(path);
+    auto endsWith = [&](const char* tail) {
+        const std::string t = tail;
+        return lower.size() >= t.size() && lower.compare(lower.size() - t.size(), t.size(), t) == 0;
+    };
+    Picture p;
+    bool ok = false;
+    if (endsWith(".jpg") || endsWith(".jpeg"))
+        ok = ReadJpg(path, RowOrder::TopFirst, p);
+    else if (endsWith(".png"))
+        ok = ReadPng(path, RowOrder::TopFirst, p);
+    else if (endsWith(".tif") || endsWith(".tiff"))
+        ok = ReadTiff(path, RowOrder::TopFirst, p);
+    else if (endsWith(".bmp"))
+        ok = ReadBmp(path, RowOrder::TopFirst, p);
+    return ok ? p.width : 0;
+}
+
+std::string Text(double v, const char* picture) {
+    return FormatNumber(v, picture);
+}
+
+// The scale from the command line, else from the header; an error when there is none.
+std::string SettleScale(const SolveOptions& o, const HeaderHints& h, RunPlan& plan) {
+    if (o.scale) {
+        plan.scale = *o.scale;
+    } else if (o.scaleLow) {
+        plan.scale = (*o.scaleLow + *o.scaleHigh) / 2;
+        plan.notes.push_back("the scale range is searched at its middle, " + Text(plan.scale, "0.0000") +
+                             " arcsec per pixel");
+    } else if (o.fov) {
+        const int width = h.width > 0 ? h.width : PictureWidth(o.image);
+        if (width <= 0) return "the width of " + o.image + " cannot be read for --fov";
+        plan.scale = *o.fov * 3600 / width;
+        plan.notes.push_back("--fov " + ShortestText(*o.fov) + " over " + std::to_string(width) +
+                             " pixels: " + Text(plan.scale, "0.0000") + " arcsec per pixel");
+    } else if (h.scale) {
+        plan.scale = *h.scale;
+        plan.notes.push_back("scale from the FITS header (" + h.scaleSource +
+                             "): " + Text(plan.scale, "0.0000") + " arcsec per pixel");
+    } else {
+        return "the image scale is unknown: give --scale, --scale-low/--scale-high or --fov (no scale "
+               "keyword in the image header)";
+    }
+    return "";
+}
+
+// The position and the database: around a position with database 1, else the whole sky with 2.
+std::string SettlePosition(const SolveOptions& o, const HeaderHints& h, RunPlan& plan) {
+    const bool wholeSky = o.blind || (o.radius && *o.radius >= 90);
+    if (!wholeSky && o.ra) {
+        plan.ra = o.ra, plan.dec = o.dec;
+    } else if (!wholeSky && h.ra) {
+        plan.ra = h.ra, plan.dec = h.dec;
+        plan.notes.push_back("position from the FITS header: RA " + Text(*h.ra, "0.0000") + " DEC " +
+                             Text(*h.dec, "0.0000"));
+    }
+    if (o.radius && !wholeSky) plan.window = 2 * *o.radius;
+    plan.database = o.database.value_or(plan.ra ? 1 : 2);
+    if (plan.database == 1 && !plan.ra)
+        return "database 1 searches around a position: give --ra and --dec, or use database 2";
+    return "";
+}
+
+void ApplyPlan(Context& c, const SolveOptions& o, const RunPlan& plan) {
+    c.parametersForThisRunOnly = true;
+    ExtraeNombreDeRuta(c, o.image);
+    c.gOrigenImagen = 0;  // the image named, never a mailbox or a folder's newest
+    c.gUmbralAutomatico = 1;
+    c.gSegundosPorPixelX = c.gSegundosPorPixelY = plan.scale;
+    c.gFocalEnPixeles = FocalDesdeEscala(plan.scale);
+    CalculaValoresDerivados(c);
+    if (o.angle) c.gAnguloImagen = GradosEntre0y360(*o.angle);
+    c.gImagenInvertida = o.mirror ? 1 : 0;
+    if (o.stars) c.gMaxContornos = static_cast<int16_t>(*o.stars);
+    if (plan.window) c.gAnchoVentana = c.gAltoVentana = *plan.window;
+    c.gBaseDatosPedida = plan.database;
+    if (plan.ra) {
+        c.gCentroComandoRA = *plan.ra;
+        c.gCentroComandoDEC = *plan.dec;
+    } else {
+        c.gOrigenCoordenadas = 0;  // the combos' centre only orders the candidates of database 2
+    }
+}
+
+std::string JsonString(const std::string& s) {
+    std::string out = "\"";
+    for (char ch : s) {
+        if (ch == '"' || ch == '\\')
+            out += std::string("\\") + ch;
+        else if (static_cast<unsigned char>(ch) < 0x20)
+            out += ' ';
+        else
+            out += ch;
+    }
+    return out + "\"";
+}
+
+std::string JsonNumber(double v) {
+    std::ostringstream s;
+    s.precision(10);
+    s << v;
+    return s.str();
+}
+
+void PrintJson(const Outcome& r, std::ostream& out) {
+    out << "{\"solved\": " << (r.solved ? "true" : "false");
+    if (r.solved) {
+        std::string ra, dec;
+        GradosAcadenas(r.ra, r.dec, ra, dec);
+        out << ", \"ra_deg\": " << JsonNumber(r.ra) << ", \"dec_deg\": " << JsonNumber(r.dec)
+            << ", \"ra_hms\": " << JsonString(ra) << ", \"dec_dms\": " << JsonString(dec)
+            << ", \"scale_arcsec\": " << JsonNumber(r.scale) << ", \"angle_deg\": " << JsonNumber(r.angle)
+            << ", \"mirror\": " << (r.mirror ? "true" : "false") << ", \"sides\": " << r.sides;
+    } else {
+        out << ", \"ra_deg\": null, \"dec_deg\": null, \"scale_arcsec\": null, \"angle_deg\": null"
+            << ", \"mirror\": " << (r.mirror ? "true" : "false") << ", \"sides\": 0";
+    }
+    out << ", \"database\": " << r.database << ", \"seconds\": " << JsonNumber(r.seconds)
+        << ", \"message\": " << JsonString(r.message) << "}\n";
+}
+
+void PrintLine(const Outcome& r, std::ostream& out) {
+    if (!r.solved) {
+        out << "not solved (" << r.message << ") seconds=" << Text(r.seconds, "0.00") << "\n";
+        return;
+    }
+    out << "solved ra=" << Text(r.ra, "0.000000") << " dec=" << Text(r.dec, "0.000000")
+        << " scale=" << Text(r.scale, "0.0000") << " angle=" << Text(r.angle, "0.00")
+        << " mirror=" << (r.mirror ? "yes" : "no") << " sides=" << r.sides
+        << " seconds=" << Text(r.seconds, "0.00") << "\n";
+}
+
+void PrintBlock(const Outcome& r, std::ostream& out) {
+    if (!r.solved) {
+        out << "Not solved: " << r.message << "\nTime:     " << Text(r.seconds, "0.00") << " s\n";
+        return;
+    }
+    std::string ra, dec;
+    GradosAcadenas(r.ra, r.dec, ra, dec);
+    out << "Solved\n"
+        << "Centre:   RA " << ra << "  DEC " << dec << "  (J2000)\n"
+        << "          RA " << Text(r.ra, "0.000000") << "  DEC " << Text(r.dec, "0.000000") << " degrees\n"
+        << "Scale:    " << Text(r.scale, "0.0000") << " arcsec per pixel\n"
+        << "Angle:    " << Text(r.angle, "0.00") << " degrees\n"
+        << "Mirror:   " << (r.mirror ? "yes" : "no") << "\n"
+        << "Sides:    " << r.sides << "\n"
+        << "Time:     " << Text(r.seconds, "0.00") << " s\n";
+}
+
+int Refuse(const std::string& error) {
+    std::cerr << "tornel-cli solve: " << error << "\nRun 'tornel-cli solve --help' for the options.\n";
+    return kExitUsage;
+}
+
+// Runs the timers until the analysis has ended; a run past its time limit is asked to stop.
+void RunAnalysis(Context& c, ConsolePlatform& platform, TimerLoop& timers, std::optional<double> timeout,
+                 bool& timedOut) {
+    using Clock = std::chrono::steady_clock;
+    const auto start = Clock::now();
+    platform.SetEventHook([&] {
+        timers.RunDue();
+        if (timeout && c.gAnalizando && !c.gDetenerAnalisis &&
+            std::chrono::duration<double>(Clock::now() - start).count() > *timeout) {
+            c.gDetenerAnalisis = true;
+            timedOut = true;
+        }
+    });
+    while (!c.mProgramaTerminado && timers.AnyEnabled()) {
+        platform.WaitForSignal(static_cast<int>(timers.UntilNextDue().count()));
+        timers.RunDue();
+    }
+}
+
+Outcome Collect(const Context& c, const ConsolePlatform& platform, bool timedOut,
+                std::optional<double> limit) {
+    Outcome r;
+    r.solved = c.gHaySolucion;
+    r.ra = c.gARJ2000, r.dec = c.gDEJ2000;
+    r.scale = c.measuredScale, r.angle = c.mAnguloSolucion;
+    r.mirror = c.gImagenInvertida == 1;
+    r.sides = c.gLadosSolucion;
+    r.database = c.gBaseDatos;
+    r.message = platform.ResultLabel();
+    if (timedOut && !r.solved) r.message = "stopped after the time limit of " + ShortestText(*limit) + " s";
+    if (r.message.empty()) r.message = r.solved ? "solved" : "no solution";
+    return r;
+}
+
+int Solve(const SolveOptions& o, const RunPlan& plan) {
+    const std::string home = CarpetaDelPrograma();
+    if (home.empty()) return Refuse("the program folder cannot be made; set TORNEL_HOME");
+    InstanceLock lock;
+    if (!lock.Acquire(home)) return Refuse("another program runs on the program folder " + home);
+    ConsolePlatform platform(std::cout, std::cerr);
+    platform.SetQuiet(!o.verbose);
+    Context c(platform);
+    c.gCarpetaPrograma = home;
+    TimerLoop timers(c);
+    platform.SetSignalHandler([&](int signal) {
+        if (c.gAnalizando) c.gDetenerAnalisis = true;
+        if (signal == SIGTERM || !c.gAnalizando) c.mProgramaTerminado = true;
+    });
+    Form_Load(c, "8", [&](Context& ctx) { ApplyPlan(ctx, o, plan); });
+    bool timedOut = false;
+    const auto start = std::chrono::steady_clock::now();
+    RunAnalysis(c, platform, timers, o.timeout, timedOut);
+    Outcome r = Collect(c, platform, timedOut, o.timeout);
+    r.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    const bool basesOK = c.gBasesOK, loaded = c.gImagenCargada;
+    const bool wcsWritten = !r.solved || o.wcs.empty() || WriteWcsHeader(c, o.wcs);
+    Form_Unload(c);
+    if (!basesOK) return Refuse("the databases or folders named in " + RutaParametros(c) + " are not there");
+    if (!loaded && !r.solved) return Refuse("the image " + o.image + " cannot be read");
+    if (o.json)
+        PrintJson(r, std::cout);
+    else if (o.quiet)
+        PrintLine(r, std::cout);
+    else
+        PrintBlock(r, std::cout);
+    if (!wcsWritten) return Refuse("the WCS cannot be written to " + o.wcs);
+    return r.solved ? kExitSolved : kExitNotSolved;
+}
+
+}  // namespace
+
+int RunSolve(const std::vector<std::string>& args) {
+    const ParsedSolve parsed = ParseSolveOptions(args);
+    const SolveOptions& o = parsed.options;
+    if (o.help) {
+        std::cout << kSolveHelp;
+        return kExitSolved;
+    }
+    if (!parsed.error.empty()) return Refuse(parsed.error);
+    std::error_code ec;
+    if (!std::filesystem::is_regular_file(o.image, ec) || !std::ifstream(o.image, std::ios::binary))
+        return Refuse("cannot read the image " + o.image);
+    const HeaderHints hints = ReadHeaderHints(o.image);
+    RunPlan plan;
+    std::string error = SettleScale(o, hints, plan);
+    if (error.empty()) error = SettlePosition(o, hints, plan);
+    if (!error.empty()) return Refuse(error);
+    if (!o.quiet)
+        for (const auto& note : plan.notes)
+            std::cerr << "tornel-cli solve: " << note << "\n";
+    return Solve(o, plan);
+}
+
+}  // namespace tornel

@@ -1,0 +1,51 @@
+#pragma once
+// The command line of `tornel-cli solve IMAGE [options]` and the hints an image's FITS header gives.
+// Nothing here touches a context: the options are read and checked first, then applied to one run.
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tornel {
+
+extern const char* const kSolveHelp;
+
+struct SolveOptions {
+    std::string image;
+    std::optional<double> scale;                // arcsec per pixel
+    std::optional<double> scaleLow, scaleHigh;  // arcsec per pixel
+    std::optional<double> fov;                  // image width, degrees
+    std::optional<double> angle;                // degrees
+    bool mirror = false;
+    std::optional<double> ra, dec;  // degrees
+    std::optional<double> radius;   // degrees
+    bool blind = false;
+    std::optional<int> database;
+    std::optional<int> stars;
+    std::optional<double> timeout;  // seconds
+    std::string wcs;
+    bool json = false, quiet = false, verbose = false, help = false;
+};
+
+// The options after the word "solve"; an error names the bad item, empty when all is well.
+struct ParsedSolve {
+    SolveOptions options;
+    std::string error;
+};
+ParsedSolve ParseSolveOptions(const std::vector<std::string>& args);
+
+// Right ascension in degrees from "56.75" (degrees) or "03:47:00" (hours); declination in degrees
+// from "24.12" or "+24:07:12". Nothing when the text is not one or is out of range.
+std::optional<double> ParseRightAscension(const std::string& text);
+std::optional<double> ParseDeclination(const std::string& text);
+
+// What a FITS header says of the field; empty members when it says nothing.
+struct HeaderHints {
+    std::optional<double> ra, dec;  // degrees
+    std::optional<double> scale;    // arcsec per pixel
+    std::string scaleSource;        // the keywords that gave the scale
+    int width = 0;                  // NAXIS1
+};
+// The hints of a FITS file's primary header; none for a file that is not FITS.
+HeaderHints ReadHeaderHints(const std::string& path);
+
+}  // namespace tornel
