@@ -6,6 +6,7 @@
 #include <cmath>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iostream>
 #include <optional>
 #include <sstream>
@@ -37,13 +38,7 @@ struct RunPlan {
     std::vector<std::string> notes;  // how the hints were settled, for standard error
 };
 
-struct Outcome {
-    bool solved = false;
-    double ra = 0, dec = 0, scale = 0, angle = 0, seconds = 0;
-    bool mirror = false;
-    int sides = 0, database = 0;
-    std::string message;
-};
+using Outcome = SolveOutcome;
 
 // The width in pixels of a picture file, for --fov; 0 when it cannot be read.
 int PictureWidth(const std::string& path) {
@@ -204,7 +199,7 @@ int Refuse(const std::string& error) {
 
 // Runs the timers until the analysis has ended; a run past its time limit is asked to stop.
 void RunAnalysis(Context& c, ConsolePlatform& platform, TimerLoop& timers, std::optional<double> timeout,
-                 bool& timedOut) {
+                 const std::function<bool()>& stopWanted, bool& timedOut) {
     using Clock = std::chrono::steady_clock;
     const auto start = Clock::now();
     platform.SetEventHook([&] {
@@ -214,6 +209,7 @@ void RunAnalysis(Context& c, ConsolePlatform& platform, TimerLoop& timers, std::
             c.gDetenerAnalisis = true;
             timedOut = true;
         }
+        if (stopWanted && c.gAnalizando && !c.gDetenerAnalisis && stopWanted()) c.gDetenerAnalisis = true;
     });
     while (!c.mProgramaTerminado && timers.AnyEnabled()) {
         platform.WaitForSignal(static_cast<int>(timers.UntilNextDue().count()));
@@ -230,17 +226,26 @@ Outcome Collect(const Context& c, const ConsolePlatform& platform, bool timedOut
     r.mirror = c.gImagenInvertida == 1;
     r.sides = c.gLadosSolucion;
     r.database = c.gBaseDatos;
+    r.width = c.gPixelesX, r.height = c.gPixelesY;
     r.message = platform.ResultLabel();
     if (timedOut && !r.solved) r.message = "stopped after the time limit of " + ShortestText(*limit) + " s";
     if (r.message.empty()) r.message = r.solved ? "solved" : "no solution";
     return r;
 }
 
-int Solve(const SolveOptions& o, const RunPlan& plan) {
+// One run on the program folder; `error` is set when the set-up or the files stand in the way.
+SolveResult Run(const SolveOptions& o, const RunPlan& plan, const std::function<bool()>& stopWanted) {
+    SolveResult result;
     const std::string home = CarpetaDelPrograma();
-    if (home.empty()) return Refuse("the program folder cannot be made; set TORNEL_HOME");
+    if (home.empty()) {
+        result.error = "the program folder cannot be made; set TORNEL_HOME";
+        return result;
+    }
     InstanceLock lock;
-    if (!lock.Acquire(home)) return Refuse("another program runs on the program folder " + home);
+    if (!lock.Acquire(home)) {
+        result.error = "another program runs on the program folder " + home;
+        return result;
+    }
     ConsolePlatform platform(std::cout, std::cerr);
     platform.SetQuiet(!o.verbose);
     Context c(platform);
@@ -253,25 +258,40 @@ int Solve(const SolveOptions& o, const RunPlan& plan) {
     Form_Load(c, "8", [&](Context& ctx) { ApplyPlan(ctx, o, plan); });
     bool timedOut = false;
     const auto start = std::chrono::steady_clock::now();
-    RunAnalysis(c, platform, timers, o.timeout, timedOut);
-    Outcome r = Collect(c, platform, timedOut, o.timeout);
+    RunAnalysis(c, platform, timers, o.timeout, stopWanted, timedOut);
+    Outcome& r = result.outcome;
+    r = Collect(c, platform, timedOut, o.timeout);
     r.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     const bool basesOK = c.gBasesOK, loaded = c.gImagenCargada;
     const bool wcsWritten = !r.solved || o.wcs.empty() || WriteWcsHeader(c, o.wcs);
     Form_Unload(c);
-    if (!basesOK) return Refuse("the databases or folders named in " + RutaParametros(c) + " are not there");
-    if (!loaded && !r.solved) return Refuse("the image " + o.image + " cannot be read");
-    if (o.json)
-        PrintJson(r, std::cout);
-    else if (o.quiet)
-        PrintLine(r, std::cout);
-    else
-        PrintBlock(r, std::cout);
-    if (!wcsWritten) return Refuse("the WCS cannot be written to " + o.wcs);
-    return r.solved ? kExitSolved : kExitNotSolved;
+    if (!basesOK)
+        result.error = "the databases or folders named in " + RutaParametros(c) + " are not there";
+    else if (!loaded && !r.solved)
+        result.error = "the image " + o.image + " cannot be read";
+    else if (!wcsWritten)
+        result.error = "the WCS cannot be written to " + o.wcs;
+    return result;
 }
 
 }  // namespace
+
+SolveResult SolveImage(const SolveOptions& o, std::vector<std::string>& notes,
+                       const std::function<bool()>& stopWanted) {
+    SolveResult result;
+    std::error_code ec;
+    if (!std::filesystem::is_regular_file(o.image, ec) || !std::ifstream(o.image, std::ios::binary)) {
+        result.error = "cannot read the image " + o.image;
+        return result;
+    }
+    const HeaderHints hints = ReadHeaderHints(o.image);
+    RunPlan plan;
+    result.error = SettleScale(o, hints, plan);
+    if (result.error.empty()) result.error = SettlePosition(o, hints, plan);
+    notes = plan.notes;
+    if (!result.error.empty()) return result;
+    return Run(o, plan, stopWanted);
+}
 
 int RunSolve(const std::vector<std::string>& args) {
     const ParsedSolve parsed = ParseSolveOptions(args);
@@ -281,18 +301,20 @@ int RunSolve(const std::vector<std::string>& args) {
         return kExitSolved;
     }
     if (!parsed.error.empty()) return Refuse(parsed.error);
-    std::error_code ec;
-    if (!std::filesystem::is_regular_file(o.image, ec) || !std::ifstream(o.image, std::ios::binary))
-        return Refuse("cannot read the image " + o.image);
-    const HeaderHints hints = ReadHeaderHints(o.image);
-    RunPlan plan;
-    std::string error = SettleScale(o, hints, plan);
-    if (error.empty()) error = SettlePosition(o, hints, plan);
-    if (!error.empty()) return Refuse(error);
+    std::vector<std::string> notes;
+    const SolveResult result = SolveImage(o, notes, {});
     if (!o.quiet)
-        for (const auto& note : plan.notes)
+        for (const auto& note : notes)
             std::cerr << "tornel-cli solve: " << note << "\n";
-    return Solve(o, plan);
+    if (!result.error.empty() && !result.outcome.solved) return Refuse(result.error);
+    if (o.json)
+        PrintJson(result.outcome, std::cout);
+    else if (o.quiet)
+        PrintLine(result.outcome, std::cout);
+    else
+        PrintBlock(result.outcome, std::cout);
+    if (!result.error.empty()) return Refuse(result.error);
+    return result.outcome.solved ? kExitSolved : kExitNotSolved;
 }
 
 }  // namespace tornel

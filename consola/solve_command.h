@@ -1,10 +1,38 @@
 #pragma once
 // `tornel-cli solve IMAGE [options]`: one image solved with the hints of its command line and header,
 // on the parameters of the program folder changed for this run only.
+#include <functional>
 #include <string>
 #include <vector>
 
+#include "consola/solve_options.h"
+
 namespace tornel {
+
+// What one solve found.
+struct SolveOutcome {
+    bool solved = false;
+    double ra = 0, dec = 0;  // J2000 centre, degrees
+    double scale = 0;        // measured, arcsec per pixel
+    double angle = 0;        // image angle, degrees
+    double seconds = 0;      // wall time of the run
+    bool mirror = false;
+    int sides = 0, database = 0;
+    int width = 0, height = 0;  // image pixels
+    std::string message;        // the result label, or why there is no solution
+};
+
+struct SolveResult {
+    SolveOutcome outcome;
+    std::string error;  // set up, files or hints that stood in the way (a usage error)
+};
+
+// One image solved as `tornel-cli solve` does it, for the front ends that speak other command lines:
+// the hints of the options and the FITS header settled (how, into `notes`), then one run on the
+// parameters of the program folder changed for this run only. `stopWanted`, when given, is asked
+// while the search runs and stops it when it answers true.
+SolveResult SolveImage(const SolveOptions& options, std::vector<std::string>& notes,
+                       const std::function<bool()>& stopWanted);
 
 // The arguments after "solve"; answers the exit status: 0 solved, 1 not solved, 2 bad usage or set-up.
 int RunSolve(const std::vector<std::string>& args);
