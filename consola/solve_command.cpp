@@ -116,6 +116,10 @@ void ApplyPlan(Context& c, const SolveOptions& o, const RunPlan& plan) {
     CalculaValoresDerivados(c);
     if (o.angle) c.gAnguloImagen = GradosEntre0y360(*o.angle);
     c.gImagenInvertida = o.mirror ? 1 : 0;
+    if (o.updateImage) {
+        c.gWCSAutomatico = *o.updateImage ? 1 : 0;
+        c.gLadosParaWCS = 0;
+    }
     if (o.stars) c.gMaxContornos = static_cast<int16_t>(*o.stars);
     if (plan.window) c.gAnchoVentana = c.gAltoVentana = *plan.window;
     c.gBaseDatosPedida = plan.database;

@@ -295,6 +295,7 @@ HeaderHints ReadHeaderHints(const std::string& path) {
     ScaleHint(cards, h);
     PositionHint(cards, h);
     if (const auto w = CardNumber(cards, "NAXIS1"); w && *w > 0 && *w < 1e6) h.width = static_cast<int>(*w);
+    if (const auto n = CardNumber(cards, "NAXIS2"); n && *n > 0 && *n < 1e6) h.height = static_cast<int>(*n);
     return h;
 }
 

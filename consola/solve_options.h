@@ -23,6 +23,7 @@ struct SolveOptions {
     std::optional<int> stars;
     std::optional<double> timeout;  // seconds
     std::string wcs;
+    std::optional<bool> updateImage;  // the solution into the image's own header; param.txt when unset
     bool json = false, quiet = false, verbose = false, help = false;
 };
 
@@ -43,7 +44,7 @@ struct HeaderHints {
     std::optional<double> ra, dec;  // degrees
     std::optional<double> scale;    // arcsec per pixel
     std::string scaleSource;        // the keywords that gave the scale
-    int width = 0;                  // NAXIS1
+    int width = 0, height = 0;      // NAXIS1, NAXIS2
 };
 // The hints of a FITS file's primary header; none for a file that is not FITS.
 HeaderHints ReadHeaderHints(const std::string& path);
