@@ -6,18 +6,9 @@
 #include <map>
 
 #include "comun/numbers.h"
-#include "imagen/picture_files.h"
 
 namespace tornel {
 namespace {
-
-std::optional<double> Number(const std::string& text) {
-    if (text.empty()) return std::nullopt;
-    char* end = nullptr;
-    const double v = std::strtod(text.c_str(), &end);
-    if (end != text.c_str() + text.size() || !std::isfinite(v)) return std::nullopt;
-    return v;
-}
 
 bool EndsWith(const std::string& text, const std::string& tail) {
     const std::string lower = ToLower(text);
@@ -34,7 +25,7 @@ std::string WithoutExtension(const std::string& path) {
 // A value in [low, high]; `what` says what was expected.
 std::string InRange(const std::string& name, const std::string& text, double low, double high,
                     const char* what, double& value) {
-    const auto v = Number(text);
+    const auto v = ParseNumber(text);
     if (!v || *v < low || *v > high)
         return "the value of " + name + " must be " + what + ", not '" + text + "'";
     value = *v;
@@ -126,7 +117,8 @@ AstapRequest ParseAstapCommandLine(const std::vector<std::string>& args) {
             // -z, -speed, -sip, -t, -m, -check, -d, -D, -progress, -analyse, -annotate and whatever the
             // clients add: accepted and ignored, with the value that follows when there is one.
             std::string ignored = args[i];
-            if (i + 1 < args.size() && (args[i + 1].empty() || args[i + 1][0] != '-' || Number(args[i + 1])))
+            if (i + 1 < args.size() &&
+                (args[i + 1].empty() || args[i + 1][0] != '-' || ParseNumber(args[i + 1])))
                 ignored += " " + args[++i];
             r.ignored.push_back(ignored);
             continue;
@@ -153,21 +145,6 @@ std::string SettleFieldHeight(AstapRequest& r, int height) {
     if (height <= 0) return "the height of " + r.options.image + " cannot be read for -fov";
     r.options.scale = *r.fov * 3600 / height;
     return "";
-}
-
-ImageSides ImageSize(const std::string& path) {
-    if (const HeaderHints h = ReadHeaderHints(path); h.height > 0) return {h.width, h.height};
-    Picture p;
-    bool ok = false;
-    if (EndsWith(path, ".jpg") || EndsWith(path, ".jpeg"))
-        ok = ReadJpg(path, RowOrder::TopFirst, p);
-    else if (EndsWith(path, ".png"))
-        ok = ReadPng(path, RowOrder::TopFirst, p);
-    else if (EndsWith(path, ".tif") || EndsWith(path, ".tiff"))
-        ok = ReadTiff(path, RowOrder::TopFirst, p);
-    else if (EndsWith(path, ".bmp"))
-        ok = ReadBmp(path, RowOrder::TopFirst, p);
-    return ok ? ImageSides{p.width, p.height} : ImageSides{};
 }
 
 }  // namespace tornel

@@ -26,10 +26,4 @@ AstapRequest ParseAstapCommandLine(const std::vector<std::string>& args);
 // cannot be known. Nothing to do without -fov.
 std::string SettleFieldHeight(AstapRequest& request, int height);
 
-// The sides in pixels of an image file (FITS, JPG, PNG, TIFF, BMP); zeros when it cannot be read.
-struct ImageSides {
-    int width = 0, height = 0;
-};
-ImageSides ImageSize(const std::string& path);
-
 }  // namespace tornel

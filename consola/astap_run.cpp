@@ -110,16 +110,14 @@ struct Answer {
 };
 
 // The exit code of a solve that could not start: the contract tells the image from the databases.
-Answer Refusal(const std::string& error) {
+Answer Refusal(const std::string& error, SolveError kind) {
     Answer a;
     a.error = error;
-    if (error.find("cannot read the image") != std::string::npos ||
-        error.find("cannot be read") != std::string::npos)
+    if (kind == SolveError::Image)
         a.status = kAstapImageUnreadable;
-    else if (error.find("databases") != std::string::npos ||
-             error.find("program folder") != std::string::npos)
+    else if (kind == SolveError::Setup)
         a.status = kAstapNoDatabase;
-    else if (error.find("scale is unknown") != std::string::npos)
+    else if (kind == SolveError::NoScale)
         a.error =
             "the image scale is unknown: give -fov (the image height in degrees) or a scale in the FITS "
             "header";
@@ -135,13 +133,14 @@ bool HeaderHasTornelWcs(const std::string& path) {
 
 Answer Solve(AstapRequest& r, const std::string& wcsPath, std::vector<std::string>& notes) {
     const ImageSides sides = ImageSize(r.options.image);
-    if (r.fov && sides.height <= 0) return Refusal("cannot read the image " + r.options.image);
+    if (r.fov && sides.height <= 0)
+        return Refusal("cannot read the image " + r.options.image, SolveError::Image);
     SettleFieldHeight(r, sides.height);
     r.options.wcs = wcsPath;
     if (r.update) r.options.updateImage = true;
     const SolveResult result = SolveImage(r.options, notes, {});
     const SolveOutcome& o = result.outcome;
-    if (!result.error.empty() && !o.solved) return Refusal(result.error);
+    if (!result.error.empty() && !o.solved) return Refusal(result.error, result.kind);
     Answer a;
     if (!o.solved) {
         a.error = o.message;
@@ -151,7 +150,7 @@ Answer Solve(AstapRequest& r, const std::string& wcsPath, std::vector<std::strin
     const int width = sides.width > 0 ? sides.width : o.width,
               height = sides.height > 0 ? sides.height : o.height;
     if (!WriteFileAtomically(wcsPath, WithImageSides(header, width, height)))
-        return Refusal("the WCS cannot be written to " + wcsPath);
+        return Refusal("the WCS cannot be written to " + wcsPath, SolveError::Output);
     a.keys = SolvedKeys(NumericCards(header));
     a.status = kAstapSolved;
     if (r.update && !HeaderHasTornelWcs(r.options.image)) {

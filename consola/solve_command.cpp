@@ -18,7 +18,6 @@
 #include "consola/timer_loop.h"
 #include "core/parametros.h"
 #include "core/startup.h"
-#include "imagen/picture_files.h"
 #include "resultados/solution_presentation.h"
 #include "resultados/wcs.h"
 
@@ -40,26 +39,6 @@ struct RunPlan {
 
 using Outcome = SolveOutcome;
 
-// The width in pixels of a picture file, for --fov; 0 when it cannot be read.
-int PictureWidth(const std::string& path) {
-    const std::string lower = ToLower(path);
-    auto endsWith = [&](const char* tail) {
-        const std::string t = tail;
-        return lower.size() >= t.size() && lower.compare(lower.size() - t.size(), t.size(), t) == 0;
-    };
-    Picture p;
-    bool ok = false;
-    if (endsWith(".jpg") || endsWith(".jpeg"))
-        ok = ReadJpg(path, RowOrder::TopFirst, p);
-    else if (endsWith(".png"))
-        ok = ReadPng(path, RowOrder::TopFirst, p);
-    else if (endsWith(".tif") || endsWith(".tiff"))
-        ok = ReadTiff(path, RowOrder::TopFirst, p);
-    else if (endsWith(".bmp"))
-        ok = ReadBmp(path, RowOrder::TopFirst, p);
-    return ok ? p.width : 0;
-}
-
 std::string Text(double v, const char* picture) {
     return FormatNumber(v, picture);
 }
@@ -73,7 +52,7 @@ std::string SettleScale(const SolveOptions& o, const HeaderHints& h, RunPlan& pl
         plan.notes.push_back("the scale range is searched at its middle, " + Text(plan.scale, "0.0000") +
                              " arcsec per pixel");
     } else if (o.fov) {
-        const int width = h.width > 0 ? h.width : PictureWidth(o.image);
+        const int width = h.width > 0 ? h.width : ImageSize(o.image).width;
         if (width <= 0) return "the width of " + o.image + " cannot be read for --fov";
         plan.scale = *o.fov * 3600 / width;
         plan.notes.push_back("--fov " + ShortestText(*o.fov) + " over " + std::to_string(width) +
@@ -243,11 +222,13 @@ SolveResult Run(const SolveOptions& o, const RunPlan& plan, const std::function<
     const std::string home = CarpetaDelPrograma();
     if (home.empty()) {
         result.error = "the program folder cannot be made; set TORNEL_HOME";
+        result.kind = SolveError::Setup;
         return result;
     }
     InstanceLock lock;
     if (!lock.Acquire(home)) {
         result.error = "another program runs on the program folder " + home;
+        result.kind = SolveError::Setup;
         return result;
     }
     ConsolePlatform platform(std::cout, std::cerr);
@@ -269,12 +250,16 @@ SolveResult Run(const SolveOptions& o, const RunPlan& plan, const std::function<
     const bool basesOK = c.gBasesOK, loaded = c.gImagenCargada;
     const bool wcsWritten = !r.solved || o.wcs.empty() || WriteWcsHeader(c, o.wcs);
     Form_Unload(c);
-    if (!basesOK)
+    if (!basesOK) {
         result.error = "the databases or folders named in " + RutaParametros(c) + " are not there";
-    else if (!loaded && !r.solved)
+        result.kind = SolveError::Setup;
+    } else if (!loaded && !r.solved) {
         result.error = "the image " + o.image + " cannot be read";
-    else if (!wcsWritten)
+        result.kind = SolveError::Image;
+    } else if (!wcsWritten) {
         result.error = "the WCS cannot be written to " + o.wcs;
+        result.kind = SolveError::Output;
+    }
     return result;
 }
 
@@ -286,12 +271,15 @@ SolveResult SolveImage(const SolveOptions& o, std::vector<std::string>& notes,
     std::error_code ec;
     if (!std::filesystem::is_regular_file(o.image, ec) || !std::ifstream(o.image, std::ios::binary)) {
         result.error = "cannot read the image " + o.image;
+        result.kind = SolveError::Image;
         return result;
     }
     const HeaderHints hints = ReadHeaderHints(o.image);
     RunPlan plan;
     result.error = SettleScale(o, hints, plan);
+    if (!result.error.empty()) result.kind = SolveError::NoScale;
     if (result.error.empty()) result.error = SettlePosition(o, hints, plan);
+    if (!result.error.empty() && result.kind == SolveError::None) result.kind = SolveError::Hints;
     notes = plan.notes;
     if (!result.error.empty()) return result;
     return Run(o, plan, stopWanted);

@@ -22,9 +22,13 @@ struct SolveOutcome {
     std::string message;        // the result label, or why there is no solution
 };
 
+// What stood in the way of a solve, for the front ends whose exit codes tell them apart.
+enum class SolveError { None, NoScale, Hints, Image, Setup, Output };
+
 struct SolveResult {
     SolveOutcome outcome;
-    std::string error;  // set up, files or hints that stood in the way (a usage error)
+    std::string error;  // the set-up, files or hints that stood in the way (a usage error)
+    SolveError kind = SolveError::None;
 };
 
 // One image solved as `tornel-cli solve` does it, for the front ends that speak other command lines:

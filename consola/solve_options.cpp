@@ -6,8 +6,10 @@
 #include <functional>
 #include <map>
 
+#include "comun/numbers.h"
 #include "imagen/fits.h"
 #include "imagen/fits_header_cards.h"
+#include "imagen/picture_files.h"
 
 namespace tornel {
 
@@ -55,16 +57,15 @@ Exit status: 0 solved; 1 not solved (or stopped by --timeout); 2 bad usage, an u
 no scale, or folders and databases not found.
 )";
 
-namespace {
-
-// A whole text that is a finite number; "1e400" and "1.5x" are not.
-std::optional<double> Number(const std::string& text) {
+std::optional<double> ParseNumber(const std::string& text) {
     if (text.empty()) return std::nullopt;
     char* end = nullptr;
     const double v = std::strtod(text.c_str(), &end);
     if (end != text.c_str() + text.size() || !std::isfinite(v)) return std::nullopt;
     return v;
 }
+
+namespace {
 
 // "A:B:C" with one to three fields, the first carrying the sign; the value in units of the first.
 std::optional<double> Sexagesimal(const std::string& text) {
@@ -81,7 +82,7 @@ std::optional<double> Sexagesimal(const std::string& text) {
     for (size_t i = 0; i < parts.size(); ++i, weight /= 60) {
         const std::string digits =
             i == 0 && !parts[0].empty() && (negative || parts[0][0] == '+') ? parts[0].substr(1) : parts[i];
-        const auto v = Number(digits);
+        const auto v = ParseNumber(digits);
         if (!v || *v < 0 || (i > 0 && *v >= 60) || digits.find_first_of("+-eE") != std::string::npos)
             return std::nullopt;
         value += *v * weight;
@@ -90,7 +91,7 @@ std::optional<double> Sexagesimal(const std::string& text) {
 }
 
 std::optional<double> Angle(const std::string& text, double hoursFactor) {
-    if (text.find(':') == std::string::npos) return Number(text);
+    if (text.find(':') == std::string::npos) return ParseNumber(text);
     const auto v = Sexagesimal(text);
     if (!v) return std::nullopt;
     return *v * hoursFactor;
@@ -106,7 +107,7 @@ std::string Range(const std::string& name, const std::string& value, const std::
 Handler NumberIn(std::optional<double> SolveOptions::*member, const std::string& name, double low,
                  double high, bool lowIncluded, const std::string& range) {
     return [=](SolveOptions& o, const std::string& value) -> std::string {
-        const auto v = Number(value);
+        const auto v = ParseNumber(value);
         if (!v || *v > high || *v < low || (*v == low && !lowIncluded)) return Range(name, value, range);
         o.*member = *v;
         return "";
@@ -116,7 +117,7 @@ Handler NumberIn(std::optional<double> SolveOptions::*member, const std::string&
 Handler IntegerIn(std::optional<int> SolveOptions::*member, const std::string& name, int low, int high,
                   const std::string& range) {
     return [=](SolveOptions& o, const std::string& value) -> std::string {
-        const auto v = Number(value);
+        const auto v = ParseNumber(value);
         if (!v || *v != std::floor(*v) || *v < low || *v > high) return Range(name, value, range);
         o.*member = static_cast<int>(*v);
         return "";
@@ -297,6 +298,26 @@ HeaderHints ReadHeaderHints(const std::string& path) {
     if (const auto w = CardNumber(cards, "NAXIS1"); w && *w > 0 && *w < 1e6) h.width = static_cast<int>(*w);
     if (const auto n = CardNumber(cards, "NAXIS2"); n && *n > 0 && *n < 1e6) h.height = static_cast<int>(*n);
     return h;
+}
+
+ImageSides ImageSize(const std::string& path) {
+    if (const HeaderHints h = ReadHeaderHints(path); h.height > 0) return {h.width, h.height};
+    const std::string lower = ToLower(path);
+    auto endsWith = [&](const std::string& tail) {
+        return lower.size() >= tail.size() &&
+               lower.compare(lower.size() - tail.size(), tail.size(), tail) == 0;
+    };
+    Picture p;
+    bool ok = false;
+    if (endsWith(".jpg") || endsWith(".jpeg"))
+        ok = ReadJpg(path, RowOrder::TopFirst, p);
+    else if (endsWith(".png"))
+        ok = ReadPng(path, RowOrder::TopFirst, p);
+    else if (endsWith(".tif") || endsWith(".tiff"))
+        ok = ReadTiff(path, RowOrder::TopFirst, p);
+    else if (endsWith(".bmp"))
+        ok = ReadBmp(path, RowOrder::TopFirst, p);
+    return ok ? ImageSides{p.width, p.height} : ImageSides{};
 }
 
 }  // namespace tornel

@@ -34,6 +34,15 @@ struct ParsedSolve {
 };
 ParsedSolve ParseSolveOptions(const std::vector<std::string>& args);
 
+// A whole text that is a finite number; "1e400" and "1.5x" are not.
+std::optional<double> ParseNumber(const std::string& text);
+
+// The sides in pixels of an image file (FITS, JPG, PNG, TIFF, BMP); zeros when it cannot be read.
+struct ImageSides {
+    int width = 0, height = 0;
+};
+ImageSides ImageSize(const std::string& path);
+
 // Right ascension in degrees from "56.75" (degrees) or "03:47:00" (hours); declination in degrees
 // from "24.12" or "+24:07:12". Nothing when the text is not one or is out of range.
 std::optional<double> ParseRightAscension(const std::string& text);

@@ -13,26 +13,19 @@
 
 #include "consola/astap_options.h"
 #include "herramientas/render/render.h"
+#include "tests/consola/program_run.h"
 #include "tests/support/generated_sky.h"
 #include "tests/support/temp_folder.h"
 
 namespace tornel {
 namespace {
 
+using testing::EmptyDatabases;
+using testing::Quoted;
 using testing::TempFolder;
 
-std::string Quoted(const std::string& s) {
-    return "'" + s + "'";
-}
-
 int RunAstapProgram(const TempFolder& home, const std::vector<std::string>& args) {
-    std::string command = "TORNEL_HOME=" + Quoted(home.Path()) + " " +
-                          Quoted(std::string(TORNEL_BINARY_DIR) + "/consola/tornel-astap");
-    for (const auto& a : args)
-        command += " " + Quoted(a);
-    command += " >" + Quoted(home.File("out.txt")) + " 2>" + Quoted(home.File("err.txt"));
-    const int raw = std::system(command.c_str());
-    return WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+    return testing::RunProgram(home, "tornel-astap", args).status;
 }
 
 // The .ini as the clients read it: KEY=VALUE lines, split at the first '='.
@@ -92,20 +85,9 @@ TEST(AstapCommandLine, TheClientsLinesBecomeASolve) {
         EXPECT_EQ(ParseAstapCommandLine(args).error.rfind(message, 0), 0u) << message;
 }
 
-// A program folder from a first start, with empty database files: enough to reach the search.
-void EmptyDatabases(const TempFolder& home) {
-    const std::string cli = std::string(TORNEL_BINARY_DIR) + "/consola/tornel-cli";
-    ASSERT_EQ(
-        std::system(("TORNEL_HOME=" + Quoted(home.Path()) + " " + Quoted(cli) + " >/dev/null 2>&1").c_str()),
-        0);
-    for (const char* name : {"est.bin", "pgc.bin", "ani090.bin", "pole000.bin", "pole179.bin",
-                             "estDEC_ID1x1g.bin", "tri2g02.bin"})
-        home.Write(name, "");
-}
-
 TEST(AstapProgram, FailuresAnswerPltsolvdFWithTheirReasonAndCode) {
     TempFolder home;
-    EmptyDatabases(home);
+    ASSERT_TRUE(EmptyDatabases(home));
     // A stale answer of an earlier run must go.
     home.Write("old.wcs", "stale");
     const std::vector<std::string> bad = {"-f", home.File("missing.fit"), "-o", home.File("old"), "-ra", "x"};

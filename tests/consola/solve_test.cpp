@@ -11,31 +11,20 @@
 #include <vector>
 
 #include "herramientas/render/render.h"
+#include "tests/consola/program_run.h"
 #include "tests/support/generated_sky.h"
 #include "tests/support/temp_folder.h"
 
 namespace tornel {
 namespace {
 
+using testing::EmptyDatabases;
+using testing::Quoted;
 using testing::TempFolder;
 
-struct Result {
-    int status = -1;
-    std::string out, err;
-};
-
-std::string Quoted(const std::string& s) {
-    return "'" + s + "'";
-}
-
-Result Solve(const TempFolder& home, const std::vector<std::string>& args) {
-    std::string command = "TORNEL_HOME=" + Quoted(home.Path()) + " " +
-                          Quoted(std::string(TORNEL_BINARY_DIR) + "/consola/tornel-cli") + " solve";
-    for (const auto& a : args)
-        command += " " + Quoted(a);
-    command += " >" + Quoted(home.File("out.txt")) + " 2>" + Quoted(home.File("err.txt"));
-    const int raw = std::system(command.c_str());
-    return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, home.Read("out.txt"), home.Read("err.txt")};
+testing::ProgramRun Solve(const TempFolder& home, std::vector<std::string> args) {
+    args.insert(args.begin(), "solve");
+    return testing::RunProgram(home, "tornel-cli", args);
 }
 
 // The members of the JSON object in `path` as Python's json module reads them, each as its repr.
@@ -66,21 +55,9 @@ std::string SmallField(const TempFolder& home, const std::string& name,
     return home.File(name);
 }
 
-// A program folder from a first start, with empty database files: enough to reach the search.
-void EmptyDatabases(const TempFolder& home) {
-    Solve(home, {"--help"});
-    const std::string cli = std::string(TORNEL_BINARY_DIR) + "/consola/tornel-cli";
-    ASSERT_EQ(
-        std::system(("TORNEL_HOME=" + Quoted(home.Path()) + " " + Quoted(cli) + " >/dev/null 2>&1").c_str()),
-        0);
-    for (const char* name : {"est.bin", "pgc.bin", "ani090.bin", "pole000.bin", "pole179.bin",
-                             "estDEC_ID1x1g.bin", "tri2g02.bin"})
-        home.Write(name, "");
-}
-
 TEST(SolveCommand, HelpShowsEveryOptionWithAnExample) {
     TempFolder home;
-    const Result help = Solve(home, {"--help"});
+    const testing::ProgramRun help = Solve(home, {"--help"});
     EXPECT_EQ(help.status, 0);
     for (const char* option :
          {"--scale ", "--scale-low ", "--scale-high ", "--fov ", "--angle ", "--mirror", "--ra ", "--dec ",
@@ -123,7 +100,7 @@ TEST(SolveCommand, BadCommandLinesAreRefusedWithTheirReason) {
         {{home.Path(), "--scale", "1"}, "cannot read the image"},
     };
     for (const auto& [args, message] : cases) {
-        const Result r = Solve(home, args);
+        const testing::ProgramRun r = Solve(home, args);
         std::string line;
         for (const auto& a : args)
             line += a + " ";
@@ -135,7 +112,7 @@ TEST(SolveCommand, BadCommandLinesAreRefusedWithTheirReason) {
 
 TEST(SolveCommand, HeaderHintsChooseTheScaleAndTheSearch) {
     TempFolder home;
-    EmptyDatabases(home);
+    ASSERT_TRUE(EmptyDatabases(home));
     const std::string parameters = home.Read("param.txt");
     struct Case {
         std::vector<std::string> cards, options;
@@ -164,7 +141,7 @@ TEST(SolveCommand, HeaderHintsChooseTheScaleAndTheSearch) {
         const std::string image = SmallField(home, "hinted.fit", k.cards);
         std::vector<std::string> args = {image, "--json"};
         args.insert(args.end(), k.options.begin(), k.options.end());
-        const Result r = Solve(home, args);
+        const testing::ProgramRun r = Solve(home, args);
         EXPECT_EQ(r.status, 1) << k.note << r.err;
         EXPECT_NE(r.err.find(k.note), std::string::npos) << k.note << "\n" << r.err;
         home.Write("answer.json", r.out);
@@ -177,7 +154,7 @@ TEST(SolveCommand, HeaderHintsChooseTheScaleAndTheSearch) {
     }
     // The readable block and the one result line of --quiet.
     const std::string image = SmallField(home, "plain.fit", {});
-    Result r = Solve(home, {image, "--scale", "2"});
+    testing::ProgramRun r = Solve(home, {image, "--scale", "2"});
     EXPECT_NE(r.out.find("Not solved: "), std::string::npos) << r.out;
     r = Solve(home, {image, "--scale", "2", "--quiet"});
     EXPECT_EQ(r.out.rfind("not solved (", 0), 0u) << r.out;
@@ -203,8 +180,9 @@ TEST_F(SolveGeneratedSky, OptionsAndHeaderHintsSolveAsModeEightDoes) {
     WrongParameters();
     const std::string parameters = home.Read("param.txt");
     const std::string wcs = home.File("field.wcs");
-    const Result r = Solve(home, {image, "--scale", "2", "--angle", "0.3", "--ra", "23:56:48", "--dec",
-                                  "+09:24:00", "--radius", "2.5", "--json", "--wcs", wcs});
+    const testing::ProgramRun r =
+        Solve(home, {image, "--scale", "2", "--angle", "0.3", "--ra", "23:56:48", "--dec", "+09:24:00",
+                     "--radius", "2.5", "--json", "--wcs", wcs});
     ASSERT_EQ(r.status, 0) << r.out << r.err;
     EXPECT_EQ(home.Read("param.txt"), parameters);
     home.Write("answer.json", r.out);
@@ -225,7 +203,7 @@ TEST_F(SolveGeneratedSky, OptionsAndHeaderHintsSolveAsModeEightDoes) {
     // what the options said.
     const std::string hinted = Render({0.05, 10.2, 0, 0, 0, 0, false}, nullptr,
                                       {"OBJCTRA = '23 56 48'", "OBJCTDEC= '+09 24 00'", "SECPIX1 = 2.0"});
-    const Result fromHeader = Solve(home, {hinted, "--angle", "0.3", "--quiet"});
+    const testing::ProgramRun fromHeader = Solve(home, {hinted, "--angle", "0.3", "--quiet"});
     ASSERT_EQ(fromHeader.status, 0) << fromHeader.err;
     EXPECT_EQ(fromHeader.out.rfind("solved ra=", 0), 0u) << fromHeader.out;
     Parameters(0.3, false);
@@ -245,7 +223,7 @@ TEST_F(SolveGeneratedSky, AFieldOfAnotherSkyOrARunOutOfTimeIsNotSolved) {
     const std::string image = Render({150, -30, 0, 0, 0, 0, false}, &strangers);
     WrongParameters();
     const std::string parameters = home.Read("param.txt");
-    Result r = Solve(home, {image, "--scale", "2", "--ra", "150", "--dec", "-30"});
+    testing::ProgramRun r = Solve(home, {image, "--scale", "2", "--ra", "150", "--dec", "-30"});
     EXPECT_EQ(r.status, 1) << r.out << r.err;
     EXPECT_EQ(r.out.rfind("Not solved: ", 0), 0u) << r.out;
     EXPECT_EQ(home.Read("param.txt"), parameters);
