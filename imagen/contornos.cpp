@@ -82,34 +82,27 @@ int16_t MatrixThreshold(int32_t umbral) {
     return static_cast<int16_t>(std::clamp<int32_t>(umbral, INT16_MIN, INT16_MAX));
 }
 
-void Scan(Context& c, const WalkBounds& area, const char* name) {
-    const bool automatic = c.gUmbralAutomatico == 1;
-    VisuTitulo(c, "Analizando imagen ..." + c.mTitulo, "Analyse de l'image en cours ..." + c.mTitulo,
-               "Analyzing the image ..." + c.mTitulo);
-    c.mNumContornos = 0;
-    c.mContornoX.fill(0);
-    c.mContornoY.fill(0);
-    c.mContornoPerimetro.fill(0);
+enum class ScanEnd { Whole, RanAway, Stopped };
 
+// Walks every new outline of `area` above `threshold`, row by row, and hands its start and perimeter
+// to `visit`, which answers whether to go on. Marks of earlier scans stand below the base;
+// renumbering saves emptying the matrix each time.
+template <class Visit>
+ScanEnd ForEachOutline(Context& c, const WalkBounds& area, int16_t threshold, Visit&& visit) {
     const size_t stride = static_cast<size_t>(c.gPixelesX) + 1;
     const size_t cells = stride * (static_cast<size_t>(c.gPixelesY) + 1);
     if (c.mBrillo.size() != cells || c.mContorno.size() != cells) Raise(kErrSubscript);
-    // Marks of earlier scans stand below the base; renumbering saves emptying the matrix each time.
     if (c.contourMarkBase > INT32_MAX - static_cast<int64_t>(cells) - 1) {
         std::fill(c.mContorno.begin(), c.mContorno.end(), 0);
         c.contourMarkBase = 0;
     }
     const int32_t base = c.contourMarkBase;
     int32_t contour = base;
-
-    const int32_t umbral = c.mBrilloUmbral;
-    const int16_t threshold = MatrixThreshold(umbral);
     const Walker walker{c.mBrillo.data(), c.mContorno.data(), stride, threshold, area};
     const int16_t* brillo = c.mBrillo.data();
     int32_t* marks = c.mContorno.data();
-
-    bool stop = false;
-    for (int32_t y = area.ya; y <= area.yb && !stop; ++y) {
+    ScanEnd end = ScanEnd::Whole;
+    for (int32_t y = area.ya; y <= area.yb && end == ScanEnd::Whole; ++y) {
         const int16_t* row = brillo + static_cast<size_t>(y) * stride;
         const int32_t* rowMarks = marks + static_cast<size_t>(y) * stride;
         for (int32_t x = NextAbove(row, area.xa, area.xb, threshold); x <= area.xb;
@@ -120,20 +113,32 @@ void Scan(Context& c, const WalkBounds& area, const char* name) {
             marks[static_cast<size_t>(y) * stride + static_cast<size_t>(x)] = contour;
             int32_t p = 0;
             if (walker.Walk(x, y, contour, p) == WalkEnd::TooLong) {
-                std::string text = std::string(name) + " > 10000";
-                ParaResumen(c, text);
-                if (automatic) {
-                    c.mNumContornos = -1;
-                } else {
-                    c.mFinAnalisis = true;
-                    PoneTitulo(c, c.mTitulo);
-                }
-                stop = true;
+                end = ScanEnd::RanAway;
                 break;
             }
-            if (p >= c.gPerimetroMax || p <= c.gPerimetroMin) continue;
-            bool inner = x > c.gXMin && x < c.gXMax && y > c.gYMin && y < c.gYMax;
-            if (!((c.gAreaImagen < 2 && inner) || (c.gAreaImagen == 2 && !inner))) continue;
+            if (!visit(x, y, p)) {
+                end = ScanEnd::Stopped;
+                break;
+            }
+        }
+    }
+    c.contourMarkBase = contour;
+    return end;
+}
+
+void Scan(Context& c, const WalkBounds& area, const char* name) {
+    const bool automatic = c.gUmbralAutomatico == 1;
+    VisuTitulo(c, "Analizando imagen ..." + c.mTitulo, "Analyse de l'image en cours ..." + c.mTitulo,
+               "Analyzing the image ..." + c.mTitulo);
+    c.mNumContornos = 0;
+    c.mContornoX.fill(0);
+    c.mContornoY.fill(0);
+    c.mContornoPerimetro.fill(0);
+    const ScanEnd end =
+        ForEachOutline(c, area, MatrixThreshold(c.mBrilloUmbral), [&](int32_t x, int32_t y, int32_t p) {
+            if (p >= c.gPerimetroMax || p <= c.gPerimetroMin) return true;
+            const bool inner = x > c.gXMin && x < c.gXMax && y > c.gYMin && y < c.gYMax;
+            if (!((c.gAreaImagen < 2 && inner) || (c.gAreaImagen == 2 && !inner))) return true;
             if (++c.mNumContornos == kMaxContornosEscaneo) {
                 if (!automatic) {
                     ParaResumen(c, "Umbral bajo. Demasiados contornos.", "Seuil bas. Trop de contours.",
@@ -141,16 +146,24 @@ void Scan(Context& c, const WalkBounds& area, const char* name) {
                     VisuTitulo(c, "Umbral bajo.", "Seuil bas.", "Low threshold.");
                     c.mFinAnalisis = true;
                 }
-                stop = true;
-                break;
+                return false;
             }
             const auto k = static_cast<size_t>(c.mNumContornos);
             c.mContornoX[k] = x;
             c.mContornoY[k] = y;
             c.mContornoPerimetro[k] = p;
+            return true;
+        });
+    if (end == ScanEnd::RanAway) {
+        ParaResumen(c, std::string(name) + " > 10000");
+        if (automatic) {
+            c.mNumContornos = -1;
+        } else {
+            c.mFinAnalisis = true;
+            PoneTitulo(c, c.mTitulo);
         }
     }
-    c.contourMarkBase = contour;
+    const bool stop = end != ScanEnd::Whole;
     if (!stop && c.mNumContornos < 4 && !automatic) {
         std::string n = std::to_string(c.mNumContornos);
         ParaResumen(c, "Sólo " + n + " contornos.", "Seulement " + n + " contours.",
@@ -337,35 +350,11 @@ struct Found {
 bool ScanQuietly(Context& c, int16_t threshold, size_t most, std::vector<Found>& out) {
     out.clear();
     const WalkBounds area{1, c.gPixelesX, 1, c.gPixelesY};
-    const size_t stride = static_cast<size_t>(c.gPixelesX) + 1;
-    const size_t cells = stride * (static_cast<size_t>(c.gPixelesY) + 1);
-    if (c.contourMarkBase > INT32_MAX - static_cast<int64_t>(cells) - 1) {
-        std::fill(c.mContorno.begin(), c.mContorno.end(), 0);
-        c.contourMarkBase = 0;
-    }
-    const int32_t base = c.contourMarkBase;
-    int32_t contour = base;
-    const Walker walker{c.mBrillo.data(), c.mContorno.data(), stride, threshold, area};
-    bool whole = true;
-    for (int32_t y = area.ya; y <= area.yb && whole; ++y) {
-        const int16_t* row = c.mBrillo.data() + static_cast<size_t>(y) * stride;
-        const int32_t* rowMarks = c.mContorno.data() + static_cast<size_t>(y) * stride;
-        for (int32_t x = NextAbove(row, area.xa, area.xb, threshold); x <= area.xb;
-             x = NextAbove(row, x + 1, area.xb, threshold)) {
-            if (rowMarks[x] > base || (row[x - 1] > threshold && x != area.xa)) continue;
-            ++contour;
-            c.mContorno[static_cast<size_t>(y) * stride + static_cast<size_t>(x)] = contour;
-            int32_t p = 0;
-            if (walker.Walk(x, y, contour, p) == WalkEnd::TooLong || out.size() == most) {
-                whole = false;
-                break;
-            }
-            if (p >= c.gPerimetroMax || p <= c.gPerimetroMin) continue;
-            out.push_back({x, y, p});
-        }
-    }
-    c.contourMarkBase = contour;
-    return whole;
+    return ForEachOutline(c, area, threshold, [&](int32_t x, int32_t y, int32_t p) {
+               if (out.size() == most) return false;
+               if (p < c.gPerimetroMax && p > c.gPerimetroMin) out.push_back({x, y, p});
+               return true;
+           }) == ScanEnd::Whole;
 }
 
 // Whether a star of a quiet scan stands on one of the candidates: the same star seen at a lower
