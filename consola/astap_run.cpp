@@ -170,9 +170,34 @@ void WriteLog(const AstapRequest& r, const std::vector<std::string>& notes, cons
     WriteFileAtomically(r.base + ".log", log);
 }
 
+const char* const kAstapUsage =
+    R"(Usage: tornel-astap -f IMAGE [-ra HOURS -spd DEGREES] [-fov DEGREES] [-r DEGREES] [-s N]
+                    [-o BASE] [-wcs] [-update] [-log]
+The command line that imaging programs send to their external solver, answered with BASE.ini (and
+BASE.wcs with -wcs). Point the client's solver-program path at tornel-astap.
+  -f IMAGE      the image (FITS, JPG, PNG, TIFF, BMP)
+  -ra H -spd D  centre: right ascension in hours, south pole distance (declination + 90)
+  -fov DEG      image height in degrees (0 or absent: the scale of the FITS header)
+  -r DEG        search radius; 90 or more searches the whole sky
+  -s N          most stars to use (0: automatic)
+  -o BASE       base name of the output files (default: the image without its extension)
+  -wcs          write BASE.wcs, the solution as a FITS header
+  -update       write the solution into the FITS image's own header
+  -log          write BASE.log
+  -z, -speed and other options of that command line are accepted and ignored.
+Example:
+  tornel-astap -f m51.fits -fov 0.83 -ra 13.50 -spd 137.2 -r 5 -o /tmp/solver -wcs
+Exit status: 0 solved, 1 no solution or a bad command line, 16 unreadable image, 32 no database or
+program folder, 34 the image's header could not be updated.
+)";
+
 }  // namespace
 
 int RunAstap(const std::vector<std::string>& args) {
+    if (args.empty() || args[0] == "-h" || args[0] == "--help") {
+        std::cout << kAstapUsage;
+        return args.empty() ? kAstapNotSolved : kAstapSolved;
+    }
     AstapRequest r = ParseAstapCommandLine(args);
     if (r.base.empty()) {
         std::cerr << "tornel-astap: " << r.error << "\n";

@@ -88,6 +88,12 @@ TEST(AstapCommandLine, TheClientsLinesBecomeASolve) {
 TEST(AstapProgram, FailuresAnswerPltsolvdFWithTheirReasonAndCode) {
     TempFolder home;
     ASSERT_TRUE(EmptyDatabases(home));
+    // Asked for its usage, or given nothing, it says how it is called and writes no file.
+    const testing::ProgramRun usage = testing::RunProgram(home, "tornel-astap", {"-h"});
+    EXPECT_EQ(usage.status, 0);
+    for (const char* option : {"-f IMAGE", "-spd", "-fov", "-wcs", "-update", "Example:"})
+        EXPECT_NE(usage.out.find(option), std::string::npos) << option;
+    EXPECT_EQ(testing::RunProgram(home, "tornel-astap", {}).status, 1);
     // A stale answer of an earlier run must go.
     home.Write("old.wcs", "stale");
     const std::vector<std::string> bad = {"-f", home.File("missing.fit"), "-o", home.File("old"), "-ra", "x"};
