@@ -251,7 +251,6 @@ void PescaEnVentana(Context& c, double angulo, double arCentro, double anilloDes
     resultado = 0;
     if (c.mFinAnalisis) return;
     c.mInicioPesca = static_cast<float>(Ahora(c));
-    StarFile ring;
     WithFishingTrap(c, "PescaEnVentana", false, resultado, [&] {
         const int32_t primero = ToLong(std::clamp(anilloDesde, 1.0, 178.0));
         const int32_t ultimo = ToLong(std::clamp(anilloHasta, 1.0, 178.0));
@@ -259,8 +258,9 @@ void PescaEnVentana(Context& c, double angulo, double arCentro, double anilloDes
         for (int32_t r = primero; r <= ultimo; ++r) {
             c.platform.DoEvents();
             if (c.mFinAnalisis) return;
-            std::string path = RingFile(c, c.gPrefijoDistancias, r);
-            if (!ring.Open(path, kLongitudRegDistancia)) {
+            const StarFile* ring =
+                c.distanceRings.Open(RingFile(c, c.gPrefijoDistancias, r), kLongitudRegDistancia);
+            if (ring == nullptr) {
                 ReportMissingRing(c, c.gPrefijoDistancias, r);
                 continue;
             }
@@ -277,7 +277,7 @@ void PescaEnVentana(Context& c, double angulo, double arCentro, double anilloDes
             const float fd1 = static_cast<float>(d1), fh1 = static_cast<float>(h1);
             const float fd2 = static_cast<float>(d2), fh2 = static_cast<float>(h2);
             auto passes = [&](float v) { return (fd1 <= v && v < fh1) || (hayDos && fd2 <= v && v < fh2); };
-            const int64_t count = ring.RecordCount();
+            const int64_t count = ring->RecordCount();
             for (int32_t i = 1; i < n; ++i)
                 for (int32_t j = i + 1; j <= n; ++j) {
                     const int32_t d = ScreenUnits(c, i, j);
@@ -285,13 +285,12 @@ void PescaEnVentana(Context& c, double angulo, double arCentro, double anilloDes
                     if (band.skip) continue;
                     int32_t tol = c.gErrorInclinacion;
                     if ((r < 3 || r > 176) && tol < 2) tol = 2;
-                    FishPair(ring, count, ScreenBand(c, i, j), tol, band, passes,
+                    FishPair(*ring, count, ScreenBand(c, i, j), tol, band, passes,
                              [&](const RegDistancia& rec) {
                                  AppendSegment(c, MakeSegment(c, i, j, rec));
                                  return true;
                              });
                 }
-            ring.Close();
         }
         if (c.gZonaCielo == 1) ReportCatch(c, true);
     });
@@ -311,22 +310,23 @@ int32_t PescaDLL_VB(Context& c, int32_t numEstrellas, const std::string& prefijo
         const auto fd = static_cast<float>(arDesde), fh = static_cast<float>(arHasta);
         auto passes = [&](float v) { return fd <= v && v < fh; };
         int32_t tol = errorInclinacion;
-        StarFile ring;
         for (int32_t r = anilloDesde; r <= anilloHasta && answer == 0; ++r) {
             c.platform.DoEvents();
-            if (!ring.Open(DatabaseFilePath(folder, name + Ring000(r) + ".bin"), kLongitudRegDistancia)) {
+            const StarFile* ring = c.distanceRings.Open(DatabaseFilePath(folder, name + Ring000(r) + ".bin"),
+                                                        kLongitudRegDistancia);
+            if (ring == nullptr) {
                 anilloFalta = (anilloFalta < 0 ? -1 : 1) * r;
                 continue;
             }
             anilloFalta = std::abs(anilloFalta);
             // Once raised near a pole, the tolerance stays raised for the rest of the call.
             if ((r < 3 || r >= 177) && tol < 2) tol = 2;
-            const int64_t count = ring.RecordCount();
+            const int64_t count = ring->RecordCount();
             for (int32_t i = 1; i < n && answer == 0; ++i)
                 for (int32_t j = i + 1; j <= n && answer == 0; ++j) {
                     const DistanceBand band = BandAround(ScreenUnits(c, i, j), 1 - error, error + 1);
                     if (band.skip) continue;
-                    FishPair(ring, count, ScreenBand(c, i, j), tol, band, passes,
+                    FishPair(*ring, count, ScreenBand(c, i, j), tol, band, passes,
                              [&](const RegDistancia& rec) {
                                  ++numSegmentos;
                                  if (numSegmentos > maxSegmentos) {
@@ -337,7 +337,6 @@ int32_t PescaDLL_VB(Context& c, int32_t numEstrellas, const std::string& prefijo
                                  return true;
                              });
                 }
-            ring.Close();
         }
     } catch (...) {
         answer = 1;

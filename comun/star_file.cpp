@@ -78,4 +78,18 @@ size_t StarFile::ReadAt(int64_t offset, void* dst, size_t bytes) const {
     return got;
 }
 
+const StarFile* StarFileCache::Open(const std::string& path, int32_t recordLength) {
+    for (auto it = files_.begin(); it != files_.end(); ++it)
+        if ((*it)->Path() == path && (*it)->RecordLength() == recordLength) {
+            std::rotate(it, it + 1, files_.end());
+            return files_.back().get();
+        }
+    auto file = std::make_unique<StarFile>();
+    if (!file->Open(path, recordLength)) return nullptr;
+    file->KeepInMemory();
+    if (files_.size() >= capacity_ && !files_.empty()) files_.erase(files_.begin());
+    files_.push_back(std::move(file));
+    return files_.back().get();
+}
+
 }  // namespace tornel

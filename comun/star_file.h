@@ -3,6 +3,7 @@
 // memory), so that a file that shrinks under the reader answers a failed read rather than a fault.
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -41,6 +42,21 @@ class StarFile {
     bool inMemory_ = false;
     int32_t recordLength_ = 0;
     std::string path_;
+};
+
+// The last few files a search opened, each held whole in memory: a search that turns through angles
+// fishes the same rings hundreds of times. Cleared at each analysis, so that a database rebuilt
+// meanwhile is read anew.
+class StarFileCache {
+  public:
+    explicit StarFileCache(size_t capacity) : capacity_(capacity) {}
+    // The file open and in memory, or read in memory when it cannot be; nullptr when it cannot be opened.
+    const StarFile* Open(const std::string& path, int32_t recordLength);
+    void Clear() { files_.clear(); }
+
+  private:
+    size_t capacity_;
+    std::vector<std::unique_ptr<StarFile>> files_;  // the most recent last
 };
 
 }  // namespace tornel

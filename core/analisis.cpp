@@ -163,6 +163,7 @@ void AnalizaImagen(Context& c) {
     if (c.mFinAnalisis) return;
     WithTrap(c, "AnalizaImagen", [&] {
         c.gAnalizando = true;
+        c.distanceRings.Clear();
         c.gUltimoError.clear();
         c.mFinAnalisis = false;
         PoneTitulo(c, "TORNEL");
@@ -427,6 +428,7 @@ void DespuesDeAnalizaImagen(Context& c) {
         c.gInicioEspera = static_cast<float>(Ahora(c));
     }
     c.gAnalizando = false;
+    c.distanceRings.Clear();
     c.timers.TimerEventos.Enabled = false;
     if (c.events.AvisoTerminado) c.events.AvisoTerminado();
     c.platform.SetBusy(false);
