@@ -2,6 +2,7 @@
 
 #include <signal.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <filesystem>
@@ -28,12 +29,19 @@ constexpr int kExitSolved = 0;
 constexpr int kExitNotSolved = 1;
 constexpr int kExitUsage = 2;
 
-// What the run is told, once the command line and the header have been heard.
+// One run of the engine: a database, the window, a parity.
+struct Attempt {
+    int database = 2;
+    bool turning = false;  // database 1's 2x2 degree window through every angle
+    bool mirror = false;
+};
+
+// What the runs are told, once the command line and the header have been heard.
 struct RunPlan {
     double scale = 0;
     std::optional<double> ra, dec;
-    std::optional<double> window;  // degrees on a side
-    int database = 0;
+    std::optional<double> window;    // degrees on a side
+    std::vector<Attempt> attempts;   // in order, until one solves
     std::vector<std::string> notes;  // how the hints were settled, for standard error
 };
 
@@ -79,13 +87,38 @@ std::string SettlePosition(const SolveOptions& o, const HeaderHints& h, RunPlan&
                              Text(*h.dec, "0.0000"));
     }
     if (o.radius && !wholeSky) plan.window = 2 * *o.radius;
-    plan.database = o.database.value_or(plan.ra ? 1 : 2);
-    if (plan.database == 1 && !plan.ra)
+    if (o.database == 1 && !plan.ra)
         return "database 1 searches around a position: give --ra and --dec, or use database 2";
     return "";
 }
 
-void ApplyPlan(Context& c, const SolveOptions& o, const RunPlan& plan) {
+// The runs to try. Database 2 runs in a fraction of a second, database 1 with no angle turns through
+// up to 360 angles (seconds): so with a position the known angle puts database 1 first, an unknown
+// one puts it last. A parity not given costs a second run of each.
+void SettleAttempts(const SolveOptions& o, RunPlan& plan) {
+    std::vector<int> databases;
+    if (o.database)
+        databases = {*o.database};
+    else if (!plan.ra)
+        databases = {2};
+    else if (o.angle)
+        databases = {1, 2};
+    else
+        databases = {2, 1};
+    const std::vector<bool> mirrors =
+        o.mirror ? std::vector<bool>{*o.mirror} : std::vector<bool>{false, true};
+    for (int database : databases)
+        for (bool mirror : mirrors)
+            plan.attempts.push_back({database, database == 1 && !o.angle, mirror});
+}
+
+std::string AttemptText(const Attempt& a) {
+    std::string t = "database " + std::to_string(a.database);
+    if (a.turning) t += " turning through every angle";
+    return t + (a.mirror ? ", mirrored" : ", not mirrored");
+}
+
+void ApplyPlan(Context& c, const SolveOptions& o, const RunPlan& plan, const Attempt& attempt) {
     c.parametersForThisRunOnly = true;
     ExtraeNombreDeRuta(c, o.image);
     c.gOrigenImagen = 0;  // the image named, never a mailbox or a folder's newest
@@ -94,14 +127,16 @@ void ApplyPlan(Context& c, const SolveOptions& o, const RunPlan& plan) {
     c.gFocalEnPixeles = FocalDesdeEscala(plan.scale);
     CalculaValoresDerivados(c);
     if (o.angle) c.gAnguloImagen = GradosEntre0y360(*o.angle);
-    c.gImagenInvertida = o.mirror ? 1 : 0;
+    c.gImagenInvertida = attempt.mirror ? 1 : 0;
+    c.gMostrarAvisos = 0;  // no questions: the turning window would offer its angle as the new one
     if (o.updateImage) {
         c.gWCSAutomatico = *o.updateImage ? 1 : 0;
         c.gLadosParaWCS = 0;
     }
     if (o.stars) c.gMaxContornos = static_cast<int16_t>(*o.stars);
     if (plan.window) c.gAnchoVentana = c.gAltoVentana = *plan.window;
-    c.gBaseDatosPedida = plan.database;
+    c.gBaseDatosPedida = attempt.database;
+    c.gTipoVentana = attempt.turning ? 1 : 0;
     if (plan.ra) {
         c.gCentroComandoRA = *plan.ra;
         c.gCentroComandoDEC = *plan.dec;
@@ -182,7 +217,7 @@ int Refuse(const std::string& error) {
 
 // Runs the timers until the analysis has ended; a run past its time limit is asked to stop.
 void RunAnalysis(Context& c, ConsolePlatform& platform, TimerLoop& timers, std::optional<double> timeout,
-                 const std::function<bool()>& stopWanted, bool& timedOut) {
+                 const std::function<bool()>& stopWanted, bool& timedOut, bool& stopped) {
     using Clock = std::chrono::steady_clock;
     const auto start = Clock::now();
     platform.SetEventHook([&] {
@@ -192,7 +227,8 @@ void RunAnalysis(Context& c, ConsolePlatform& platform, TimerLoop& timers, std::
             c.gDetenerAnalisis = true;
             timedOut = true;
         }
-        if (stopWanted && c.gAnalizando && !c.gDetenerAnalisis && stopWanted()) c.gDetenerAnalisis = true;
+        if (stopWanted && c.gAnalizando && !c.gDetenerAnalisis && stopWanted())
+            c.gDetenerAnalisis = stopped = true;
     });
     while (!c.mProgramaTerminado && timers.AnyEnabled()) {
         platform.WaitForSignal(static_cast<int>(timers.UntilNextDue().count()));
@@ -217,7 +253,8 @@ Outcome Collect(const Context& c, const ConsolePlatform& platform, bool timedOut
 }
 
 // One run on the program folder; `error` is set when the set-up or the files stand in the way.
-SolveResult Run(const SolveOptions& o, const RunPlan& plan, const std::function<bool()>& stopWanted) {
+SolveResult Run(const SolveOptions& o, const RunPlan& plan, const Attempt& attempt,
+                std::optional<double> timeout, const std::function<bool()>& stopWanted) {
     SolveResult result;
     const std::string home = CarpetaDelPrograma();
     if (home.empty()) {
@@ -236,16 +273,19 @@ SolveResult Run(const SolveOptions& o, const RunPlan& plan, const std::function<
     Context c(platform);
     c.gCarpetaPrograma = home;
     TimerLoop timers(c);
+    bool stopped = false;
     platform.SetSignalHandler([&](int signal) {
+        stopped = true;
         if (c.gAnalizando) c.gDetenerAnalisis = true;
         if (signal == SIGTERM || !c.gAnalizando) c.mProgramaTerminado = true;
     });
-    Form_Load(c, "8", [&](Context& ctx) { ApplyPlan(ctx, o, plan); });
+    Form_Load(c, "8", [&](Context& ctx) { ApplyPlan(ctx, o, plan, attempt); });
     bool timedOut = false;
     const auto start = std::chrono::steady_clock::now();
-    RunAnalysis(c, platform, timers, o.timeout, stopWanted, timedOut);
+    RunAnalysis(c, platform, timers, timeout, stopWanted, timedOut, stopped);
     Outcome& r = result.outcome;
     r = Collect(c, platform, timedOut, o.timeout);
+    result.stopped = timedOut || stopped;
     r.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     const bool basesOK = c.gBasesOK, loaded = c.gImagenCargada;
     const bool wcsWritten = !r.solved || o.wcs.empty() || WriteWcsHeader(c, o.wcs);
@@ -260,6 +300,34 @@ SolveResult Run(const SolveOptions& o, const RunPlan& plan, const std::function<
         result.error = "the WCS cannot be written to " + o.wcs;
         result.kind = SolveError::Output;
     }
+    return result;
+}
+
+// The attempts in turn until one solves, fails on the set-up, or the time or the caller stops them.
+SolveResult RunAttempts(const SolveOptions& o, const RunPlan& plan, std::vector<std::string>& notes,
+                        const std::function<bool()>& stopWanted) {
+    using Clock = std::chrono::steady_clock;
+    const auto start = Clock::now();
+    SolveResult result;
+    std::optional<SolveResult> ran;  // the last attempt that could run
+    std::vector<int> missing;        // databases not installed, when none was asked for
+    for (const Attempt& a : plan.attempts) {
+        if (std::find(missing.begin(), missing.end(), a.database) != missing.end()) continue;
+        std::optional<double> left = o.timeout;
+        if (left) left = std::max(0.0, *left - std::chrono::duration<double>(Clock::now() - start).count());
+        result = Run(o, plan, a, left, stopWanted);
+        if (result.kind == SolveError::Setup && !o.database) {
+            notes.push_back("database " + std::to_string(a.database) + ": " + result.error);
+            missing.push_back(a.database);
+            continue;
+        }
+        ran = result;
+        if (result.outcome.solved || !result.error.empty() || result.stopped) break;
+        notes.push_back(AttemptText(a) + ": " + result.outcome.message + ", " +
+                        Text(result.outcome.seconds, "0.00") + " s");
+    }
+    if (ran) result = *ran;
+    result.outcome.seconds = std::chrono::duration<double>(Clock::now() - start).count();
     return result;
 }
 
@@ -280,9 +348,10 @@ SolveResult SolveImage(const SolveOptions& o, std::vector<std::string>& notes,
     if (!result.error.empty()) result.kind = SolveError::NoScale;
     if (result.error.empty()) result.error = SettlePosition(o, hints, plan);
     if (!result.error.empty() && result.kind == SolveError::None) result.kind = SolveError::Hints;
+    if (result.error.empty()) SettleAttempts(o, plan);
     notes = plan.notes;
     if (!result.error.empty()) return result;
-    return Run(o, plan, stopWanted);
+    return RunAttempts(o, plan, notes, stopWanted);
 }
 
 int RunSolve(const std::vector<std::string>& args) {

@@ -29,11 +29,13 @@ struct SolveResult {
     SolveOutcome outcome;
     std::string error;  // the set-up, files or hints that stood in the way (a usage error)
     SolveError kind = SolveError::None;
+    bool stopped = false;  // by the time limit, a signal or the caller
 };
 
 // One image solved as `tornel-cli solve` does it, for the front ends that speak other command lines:
-// the hints of the options and the FITS header settled (how, into `notes`), then one run on the
-// parameters of the program folder changed for this run only. `stopWanted`, when given, is asked
+// the hints of the options and the FITS header settled (how, into `notes`), then runs on the
+// parameters of the program folder changed for this run only, one database and parity after another
+// until one solves (each failed run is a line of `notes`). `stopWanted`, when given, is asked
 // while the search runs and stops it when it answers true.
 SolveResult SolveImage(const SolveOptions& options, std::vector<std::string>& notes,
                        const std::function<bool()>& stopWanted);

@@ -24,17 +24,21 @@ Scale (one of them; else the FITS header's, else the command refuses):
                           a range; searched at its middle for now       --scale-low 1.4 --scale-high 1.7
   --fov DEG               image width in degrees                        --fov 0.44
 Orientation:
-  --angle DEG             the image angle expected (default: param.txt) --angle 90
-  --mirror                the camera gives a mirrored image (default:
-                          not mirrored, whatever param.txt says)        --mirror
+  --angle DEG             the image angle expected; without it database 1
+                          turns its 2x2 degree window through every
+                          angle, from param.txt's outwards              --angle 90
+  --mirror                the camera gives a mirrored image             --mirror
+  --no-mirror             it does not (default: both are tried, the
+                          unmirrored first, whatever param.txt says)    --no-mirror
 Position (else the FITS header's; with none the whole sky is searched):
   --ra RA --dec DEC       degrees, or HH:MM:SS and +DD:MM:SS            --ra 03:47:00 --dec +24:07:00
   --radius DEG            search radius around it (default: half the window of param.txt;
                           90 or more searches the whole sky)            --radius 3
   --blind                 ignore any position and search the whole sky  --blind
 Search:
-  --database N            1 (around a position) or 2 (whole sky); default: 1 with a position,
-                          2 without                                     --database 2
+  --database N            only 1 (around a position) or only 2 (whole sky); default: with a
+                          position and --angle, 1 then 2; with a position and no angle, 2
+                          then 1 (the faster first); without a position, 2   --database 2
   --stars N               most star contours analysed, 5 to 1000        --stars 40
   --timeout S             stop after S seconds, not solved              --timeout 30
 Output:
@@ -159,10 +163,13 @@ const std::map<std::string, Handler>& ValueOptions() {
 
 bool TakeFlag(SolveOptions& o, const std::string& a) {
     static const std::map<std::string, bool SolveOptions::*> flags = {
-        {"--mirror", &SolveOptions::mirror},  {"--blind", &SolveOptions::blind},
-        {"--json", &SolveOptions::json},      {"--quiet", &SolveOptions::quiet},
-        {"--help", &SolveOptions::help},      {"-h", &SolveOptions::help},
-        {"--verbose", &SolveOptions::verbose}};
+        {"--blind", &SolveOptions::blind}, {"--json", &SolveOptions::json},
+        {"--quiet", &SolveOptions::quiet}, {"--help", &SolveOptions::help},
+        {"-h", &SolveOptions::help},       {"--verbose", &SolveOptions::verbose}};
+    if (a == "--mirror" || a == "--no-mirror") {
+        o.mirror = a == "--mirror";
+        return true;
+    }
     const auto f = flags.find(a);
     if (f == flags.end()) return false;
     o.*(f->second) = true;

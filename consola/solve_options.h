@@ -15,7 +15,7 @@ struct SolveOptions {
     std::optional<double> scaleLow, scaleHigh;  // arcsec per pixel
     std::optional<double> fov;                  // image width, degrees
     std::optional<double> angle;                // degrees
-    bool mirror = false;
+    std::optional<bool> mirror;  // unset: both parities are tried, the unmirrored first
     std::optional<double> ra, dec;  // degrees
     std::optional<double> radius;   // degrees
     bool blind = false;

@@ -217,6 +217,30 @@ TEST_F(SolveGeneratedSky, OptionsAndHeaderHintsSolveAsModeEightDoes) {
     EXPECT_NEAR(std::stod(json["dec_deg"]), dec, 0.0006);
 }
 
+// What a client sends: a position and a scale, no angle and no parity. Database 2 is not installed
+// here, so the runs left are database 1 turning through the angles, then mirrored.
+TEST_F(SolveGeneratedSky, AnUnknownAngleAndParityAreSearched) {
+    const std::string image = Render({150.3, -29.8, 0, 137, 0, 0, true});
+    WrongParameters();
+    testing::ProgramRun r = Solve(home, {image, "--scale", "2", "--ra", "150", "--dec", "-30", "--json"});
+    ASSERT_EQ(r.status, 0) << r.out << r.err;
+    home.Write("answer.json", r.out);
+    auto json = ParseJson(home, home.File("answer.json"));
+    EXPECT_LT(std::fabs(std::remainder(std::stod(json["ra_deg"]) - 150.3, 360.0)), 0.002);
+    EXPECT_LT(std::fabs(std::stod(json["dec_deg"]) + 29.8), 0.002);
+    EXPECT_EQ(json["mirror"], "True");
+    EXPECT_EQ(json["database"], "1");
+    EXPECT_NE(r.err.find("database 2: "), std::string::npos) << r.err;
+    EXPECT_NE(r.err.find("database 1 turning through every angle, not mirrored: "), std::string::npos)
+        << r.err;
+    // A parity given is the only one tried.
+    r = Solve(home, {image, "--scale", "2", "--ra", "150", "--dec", "-30", "--no-mirror", "--quiet"});
+    EXPECT_EQ(r.status, 1) << r.out << r.err;
+    // A database asked for and missing is a set-up error.
+    r = Solve(home, {image, "--scale", "2", "--ra", "150", "--dec", "-30", "--database", "2"});
+    EXPECT_EQ(r.status, 2) << r.out << r.err;
+}
+
 TEST_F(SolveGeneratedSky, AFieldOfAnotherSkyOrARunOutOfTimeIsNotSolved) {
     std::vector<db::FieldStar> strangers =
         db::ProjectField(testing::GeneratedSky(99), {150, -30, 2, 0, 1024, 900, false}, {});
