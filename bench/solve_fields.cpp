@@ -19,6 +19,13 @@
 //   wcs         fields of 1000, 2000 and 4000 pixels whose true scale is 0, 0.5 and 1 % off the
 //               parameters', solved around their place with the WCS written; astropy reads the WCS
 //               back on a 5 x 5 grid of pixels reaching the corners, against the rendered sky.
+//   clients     every real image of the validation folder through the drop-ins as the imaging programs
+//               call them, with the true field size as their optics settings give it: tornel-astap as
+//               KStars sends it (-fov height, -ra/-spd a degree from the truth, -r 5), tornel-astap as
+//               NINA sends it with no position (-r 180), and tornel-solve-field as KStars sends it
+//               (-L/-H 10 % about the scale, --ra/--dec a degree off, --radius 5) when it is built. The
+//               answer is read from the files the clients read (.ini, .wcs, .solved); no angle and no
+//               parity is given, as the clients give none.
 //   --tools DIR a build folder whose tornel-cli and tornel-db run instead of this build's.
 //
 // A program folder made by `tornel-db default` gives the database; the runs happen in a copy of its
@@ -484,6 +491,22 @@ bool ReadCd(const std::string& path, double cd[2][2]) {
     return found == 4;
 }
 
+// Pixels between a centre found and the truth of a validation image. The truth is given at pixel
+// ((W+1)/2, (H+1)/2) of the solver's frame (rows from the top for pictures); the program's centre is
+// (W/2, H/2) of its own frame.
+double CentreError(const Settings& s, const std::map<std::string, std::string>& row, double ra, double dec) {
+    const double tra0 = std::stod(row.at("ra_center_deg")), tdec0 = std::stod(row.at("dec_center_deg"));
+    const bool topDown = row.at("format") != "FITS", mirrored = row.at("mirrored_display") == "1";
+    const double dx = -0.5, dy = (topDown != mirrored) ? 0.5 : -0.5;
+    double cd[2][2] = {};
+    double tra = tra0, tdec = tdec0;
+    if (ReadCd(s.validation + "/" + row.at("truth_wcs"), cd)) {
+        tra += (cd[0][0] * dx + cd[0][1] * dy) / std::cos(tdec0 * kRad);
+        tdec += cd[1][0] * dx + cd[1][1] * dy;
+    }
+    return Distance(tra, tdec, ra, dec) * 3600 / std::stod(row.at("scale_arcsec_px"));
+}
+
 int Validation(const Settings& s) {
     const std::string home = PrepareHome(s);
     WarmDatabase(s);
@@ -522,26 +545,136 @@ int Validation(const Settings& s) {
         if (empty) {
             px = r.status == 0 ? 1e9 : -1;
         } else if (r.status == 0 && a.found) {
-            // The truth is given at pixel ((W+1)/2, (H+1)/2) of the solver's frame (rows from the top
-            // for pictures); the program's centre is (W/2, H/2) of its own frame.
-            const int width = std::stoi(row.at("width")), height = std::stoi(row.at("height"));
-            const bool topDown = format != "FITS";
-            const double dx = -0.5, dy = (topDown != mirrored) ? 0.5 : -0.5;
-            double cd[2][2] = {};
-            double tra = ra, tdec = dec;
-            std::string wcs = s.validation + "/" + row.at("truth_wcs");
-            if (ReadCd(wcs, cd)) {
-                tra += (cd[0][0] * dx + cd[0][1] * dy) / std::cos(dec * kRad);
-                tdec += cd[1][0] * dx + cd[1][1] * dy;
-            }
-            (void)width, (void)height;
-            px = Distance(tra, tdec, a.ra, a.dec) * 3600 / scale;
+            px = CentreError(s, row, a.ra, a.dec);
             da = AngleApart(a.angle, angle);
         }
         std::cout << file << " | " << fov << " | " << a.candidates << " | " << r.status << " " << a.sides
                   << " | " << FormatNumber(px, "0.00") << " " << FormatNumber(da, "0.000") << " "
                   << FormatNumber(r.seconds, "0.000") << " | " << a.verification << std::endl;
         if (!s.only.empty()) std::cout << r.out;
+    }
+    return 0;
+}
+
+// KEY=VALUE lines of an answer file.
+std::map<std::string, std::string> ReadIni(const std::string& path) {
+    std::map<std::string, std::string> keys;
+    std::ifstream in(path);
+    std::string line;
+    while (std::getline(in, line))
+        if (const size_t eq = line.find('='); eq != std::string::npos)
+            keys[line.substr(0, eq)] = line.substr(eq + 1);
+    return keys;
+}
+
+// The numeric cards of a FITS header file.
+std::map<std::string, double> HeaderNumbers(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    const std::string text((std::istreambuf_iterator<char>(in)), {});
+    std::map<std::string, double> cards;
+    for (size_t at = 0; at + 80 <= text.size(); at += 80) {
+        const std::string card = text.substr(at, 80);
+        if (card.compare(8, 2, "= ") != 0) continue;
+        std::string key = card.substr(0, 8);
+        key.erase(key.find_last_not_of(' ') + 1);
+        char* end = nullptr;
+        const double v = std::strtod(card.c_str() + 10, &end);
+        if (end != card.c_str() + 10) cards[key] = v;
+    }
+    return cards;
+}
+
+// What a client reads of an answer: the centre at the reference pixel and the scale of the CD matrix.
+struct ClientAnswer {
+    bool solved = false;
+    double ra = 0, dec = 0, scale = 0;
+    Run run;
+};
+
+std::string ClientCell(const Settings& s, const std::map<std::string, std::string>& row,
+                       const ClientAnswer& a) {
+    const std::string time = FormatNumber(a.run.seconds, "0.00") + " s";
+    if (a.run.status < 0) return "-";
+    if (!a.solved) return "not solved (exit " + std::to_string(a.run.status) + "), " + time;
+    if (row.at("ra_center_deg").empty()) return "WRONG (an empty field), " + time;
+    const double truth = std::stod(row.at("scale_arcsec_px"));
+    return "solved, " + FormatNumber(CentreError(s, row, a.ra, a.dec), "0.00") + " px, scale " +
+           FormatNumber(100 * std::fabs(a.scale / truth - 1), "0.00") + " %, " + time;
+}
+
+// The first contract: exit 0 and PLTSOLVD=T, the centre and CD matrix of the .ini.
+ClientAnswer AstapAnswer(const std::string& command, const std::string& base) {
+    fs::remove(base + ".ini");
+    ClientAnswer a;
+    a.run = Execute(command);
+    auto ini = ReadIni(base + ".ini");
+    a.solved = a.run.status == 0 && ini["PLTSOLVD"] == "T";
+    if (a.solved) {
+        a.ra = std::stod(ini["CRVAL1"]), a.dec = std::stod(ini["CRVAL2"]);
+        a.scale = std::hypot(std::stod(ini["CD1_2"]), std::stod(ini["CD2_2"])) * 3600;
+    }
+    return a;
+}
+
+// The second contract: the .solved file, then the centre and CD matrix of the .wcs.
+ClientAnswer SolveFieldAnswer(const std::string& command, const std::string& base) {
+    fs::remove(base + ".solved"), fs::remove(base + ".wcs");
+    ClientAnswer a;
+    a.run = Execute(command);
+    a.solved = fs::exists(base + ".solved");
+    if (a.solved) {
+        auto w = HeaderNumbers(base + ".wcs");
+        a.ra = w["CRVAL1"], a.dec = w["CRVAL2"];
+        a.scale = std::hypot(w["CD1_2"], w["CD2_2"]) * 3600;
+    }
+    return a;
+}
+
+int Clients(const Settings& s) {
+    const std::string home = PrepareHome(s);
+    WarmDatabase(s);
+    const std::string env = "TORNEL_HOME=" + Quote(home) + " ";
+    const std::string astap = s.tools + "/consola/tornel-astap",
+                      solveField = s.tools + "/consola/tornel-solve-field";
+    std::cout
+        << "| Image | Field (degrees) | tornel-astap as KStars calls it | tornel-astap as NINA calls it, "
+           "no position | tornel-solve-field as KStars calls it |\n|---|---|---|---|---|\n";
+    for (const auto& row : ReadCsv(s.validation + "/truth.csv")) {
+        const std::string file = row.at("file"), fov = row.at("fov_deg");
+        if (!s.only.empty() && file != s.only) continue;
+        const std::string image = Quote(s.validation + "/" + file);
+        const bool empty = row.at("ra_center_deg").empty();
+        // An image with no stars has no truth: its neighbours' field and any place.
+        const double height = fov.empty() ? 10.2 : std::stod(fov.substr(fov.find('x') + 1));
+        const double ra = empty ? 84 : std::stod(row.at("ra_center_deg")),
+                     dec = empty ? -1 : std::stod(row.at("dec_center_deg"));
+        const double scale = empty ? 72 : std::stod(row.at("scale_arcsec_px"));
+        double givenRa = 0, givenDec = 0;
+        Offset(ra, dec, 45, 1, givenRa, givenDec);
+        const std::string k = s.work + "/kstars", n = s.work + "/nina", f = s.work + "/field";
+        const ClientAnswer kstars =
+            AstapAnswer(env + astap + " -o " + Quote(k) + " -speed auto -f " + image + " -wcs -z 0 -fov " +
+                            ShortestText(height) + " -ra " + ShortestText(givenRa / 15) + " -spd " +
+                            ShortestText(givenDec + 90) + " -r 5",
+                        k);
+        const ClientAnswer nina = AstapAnswer(env + astap + " -f " + image + " -fov " + ShortestText(height) +
+                                                  " -z 0 -s 500 -r 180 -o " + Quote(n),
+                                              n);
+        ClientAnswer field;
+        if (fs::exists(solveField))
+            field = SolveFieldAnswer(
+                env + solveField +
+                    " -O --no-plots --no-verify --crpix-center --match none --corr none --new-fits none "
+                    "--rdls none"
+                    " --resort --depth 20,30 --objs 100 --downsample 2 --odds-to-solve 1e9 -L " +
+                    ShortestText(scale * 0.9) + " -H " + ShortestText(scale * 1.1) + " -u arcsecperpix -3 " +
+                    ShortestText(givenRa) + " -4 " + ShortestText(givenDec) + " -5 5 --cancel " +
+                    Quote(f + ".cancel") + " -W " + Quote(f + ".wcs") + " -D " + Quote(s.work) +
+                    " -o field " + image,
+                f);
+        std::cout << "| `" << file << "` | " << (fov.empty() ? "?" : fov) << " | "
+                  << ClientCell(s, row, kstars) << " | " << ClientCell(s, row, nina) << " | "
+                  << ClientCell(s, row, field) << " |" << std::endl;
     }
     return 0;
 }
@@ -665,7 +798,7 @@ int Main(int argc, char** argv) {
         if (const char* h = std::getenv("TORNEL_HOME")) s.home = h;
     }
     if (s.mode.empty() || s.home.empty()) {
-        std::cerr << "usage: tornel-solve-fields fields|zones|validation|wcs --home PROGRAM_FOLDER "
+        std::cerr << "usage: tornel-solve-fields fields|zones|validation|clients|wcs --home PROGRAM_FOLDER "
                      "[--catalogue FILE]\n"
                      "       [--work DIR] [--fields N] [--seed S] [--mirror-every N] [--inclination DEG] "
                      "[--validation DIR] [--blind] [--sky FILE] [--render OPTIONS] [--all] [--only IMAGE] "
@@ -681,6 +814,7 @@ int Main(int argc, char** argv) {
     if (s.mode == "zones") return Zones(s);
     if (s.mode == "validation") return Validation(s);
     if (s.mode == "wcs") return WcsScale(s);
+    if (s.mode == "clients") return Clients(s);
     std::cerr << "unknown mode " << s.mode << "\n";
     return 2;
 }
