@@ -7,6 +7,7 @@ packages=(
     libgtest-dev libgmock-dev libbenchmark-dev
     libjpeg62-turbo-dev libcfitsio-dev libpng-dev libtiff-dev
     python3 python3-astropy
+    groff-base man-db bsdextrautils
     libsqlite3-dev
 )
 

@@ -1,0 +1,57 @@
+#!/usr/bin/env bash
+# Installs the build into a scratch prefix and checks what a user of the installed product meets: the
+# programs start from there with nothing but their run path, every manual page renders without a
+# warning and documents every option its program's help lists, and the shell completion of
+# tornel-cli offers every option of "solve".
+# Usage: installed_programs.sh BUILD_DIR
+set -uo pipefail
+build=$1
+prefix=$(mktemp -d)
+trap 'rm -rf "$prefix"' EXIT
+failures=0
+fail() {
+    echo "FAIL: $*"
+    failures=$((failures + 1))
+}
+
+cmake --install "$build" --prefix "$prefix" >/dev/null || { echo "FAIL: cmake --install"; exit 1; }
+run() { env -i HOME="$prefix" TORNEL_HOME="$prefix/home" "$prefix/bin/$@"; }
+
+run tornel-cli --version | grep -q '^tornel-cli ' || fail "installed tornel-cli does not start"
+run tornel-astap -h | grep -q '^Usage: tornel-astap' || fail "installed tornel-astap does not start"
+run tornel-db --help | grep -q '^Usage: tornel-db' || fail "installed tornel-db does not start"
+
+# Options as a help text or a page writes them: "--word" and, for tornel-astap, "-word" at a start.
+long_options() { grep -oE -- '--[a-z][a-z-]*' | sort -u; }
+page() {
+    local file=$prefix/share/man/man1/$1.1
+    [ -f "$file" ] || { fail "no manual page $1.1"; return; }
+    local warnings
+    warnings=$(groff -man -ww -z "$file" 2>&1)
+    [ -z "$warnings" ] || fail "$1.1 renders with warnings: $warnings"
+    MANWIDTH=200 man -l "$file" 2>/dev/null | col -b
+}
+
+documented=$(page tornel-cli | long_options)
+for option in $(run tornel-cli solve --help | long_options) $(run tornel-cli --help | long_options); do
+    grep -qx -- "$option" <<<"$documented" || fail "tornel-cli.1 does not document $option"
+done
+documented=$(page tornel-db | long_options)
+for option in $(run tornel-db --help | long_options); do
+    grep -qx -- "$option" <<<"$documented" || fail "tornel-db.1 does not document $option"
+done
+astap_page=$(page tornel-astap)
+for option in $(run tornel-astap -h | grep -oE -- '(^|[ [])-[a-z]+' | tr -d ' [' | sort -u); do
+    grep -qE -- "(^|[ ,])$option([ ,]|$)" <<<"$astap_page" || fail "tornel-astap.1 does not document $option"
+done
+
+completion=$prefix/share/bash-completion/completions/tornel-cli
+offered=$(bash -c "source '$completion'; COMP_WORDS=(tornel-cli solve image.fit --); COMP_CWORD=3; _tornel_cli; printf '%s\n' \"\${COMPREPLY[@]}\"" | sort -u)
+for option in $(run tornel-cli solve --help | long_options); do
+    grep -qx -- "$option" <<<"$offered" || fail "the completion does not offer $option"
+done
+modes=$(bash -c "source '$completion'; COMP_WORDS=(tornel-cli ''); COMP_CWORD=1; _tornel_cli; echo \"\${COMPREPLY[*]}\"")
+[ "$modes" = "solve 0 1 2 3 4 5 6 7 8" ] || fail "the completion offers '$modes' as the first word"
+
+[ $failures -eq 0 ] && echo "installed programs, pages and completion: all good"
+exit $((failures > 0))
