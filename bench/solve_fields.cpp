@@ -26,6 +26,10 @@
 //               (-L/-H 10 % about the scale, --ra/--dec a degree off, --radius 5) when it is built. The
 //               answer is read from the files the clients read (.ini, .wcs, .solved); no angle and no
 //               parity is given, as the clients give none.
+//   sample      the sample field of scripts/solve-sample.sh (the Pleiades, 1024 x 768) solved in turn by
+//               `tornel-cli 8`, by `tornel-cli solve` with the same hints, and by `tornel-cli solve` with no
+//               angle and no parity, as a client sends it: the same answer, and the median time of each
+//               (--fields N runs of each, 10 unless given).
 //   --tools DIR a build folder whose tornel-cli and tornel-db run instead of this build's.
 //
 // A program folder made by `tornel-db default` gives the database; the runs happen in a copy of its
@@ -679,6 +683,65 @@ int Clients(const Settings& s) {
     return 0;
 }
 
+// The centre of `tornel-cli solve --quiet`'s result line.
+bool ParseSolveLine(const std::string& out, double& ra, double& dec) {
+    return std::sscanf(out.c_str(), "solved ra=%lf dec=%lf", &ra, &dec) == 2;
+}
+
+int Sample(const Settings& s) {
+    const std::string home = PrepareHome(s);
+    SetImage(home, 1.5401, 0, false);
+    WarmDatabase(s);
+    const std::string image = s.work + "/pleiades.fit";
+    const std::string render =
+        s.tools +
+        "/herramientas/tornel-db render --ra 56.75 --dec 24.12 --scale 1.5401 --angle 0 "
+        "--width 1024 --height 768 --seed 7 --hot-pixels 20 --out " +
+        Quote(image) + " --truth " + Quote(image + ".csv") + " " + Quote(s.catalogue);
+    if (Execute(render).status != 0) {
+        std::cerr << "render failed: " << render << "\n";
+        return 1;
+    }
+    const std::string cli = "TORNEL_HOME=" + Quote(home) + " " + s.tools + "/consola/tornel-cli ";
+    struct Way {
+        std::string name, command;
+        std::vector<double> seconds;
+        double ra = 0, dec = 0;
+        int solved = 0;
+    };
+    std::vector<Way> ways(3);
+    ways[0].name = "tornel-cli 8 IMAGE 57.5 23.5";
+    ways[0].command = cli + "8 " + Quote(image) + " 57.5 23.5";
+    ways[1].name = "tornel-cli solve IMAGE --scale 1.5401 --angle 0 --ra 57.5 --dec 23.5";
+    ways[1].command =
+        cli + "solve " + Quote(image) + " --scale 1.5401 --angle 0 --ra 57.5 --dec 23.5 --quiet";
+    ways[2].name = "tornel-cli solve IMAGE --scale 1.5401 --ra 57.5 --dec 23.5 (no angle, no parity)";
+    ways[2].command = cli + "solve " + Quote(image) + " --scale 1.5401 --ra 57.5 --dec 23.5 --quiet";
+    const int runs = s.fields > 0 && s.fields < 200 ? s.fields : 10;
+    for (int k = 0; k < runs; ++k)
+        for (Way& w : ways) {
+            const Run r = Execute(w.command);
+            w.seconds.push_back(r.seconds);
+            const Answer a = ParseAnswer(r.out);
+            double ra = a.ra, dec = a.dec;
+            if (r.status == 0 && (a.found || ParseSolveLine(r.out, ra, dec)))
+                ++w.solved, w.ra = ra, w.dec = dec;
+        }
+    std::cout << "| Command | Solved | Centre (RA, DEC) | Off the first, arcsec | Median s | Min s | Max s | "
+                 "Ratio to the "
+                 "first |\n|---|---|---|---|---|---|---|---|\n";
+    const double first = Quantile(ways[0].seconds, 0.5);
+    for (const Way& w : ways)
+        std::cout << "| `" << w.name << "` | " << w.solved << "/" << runs << " | "
+                  << FormatNumber(w.ra, "0.00000") << ", " << FormatNumber(w.dec, "0.00000") << " | "
+                  << FormatNumber(Distance(w.ra, w.dec, ways[0].ra, ways[0].dec) * 3600, "0.00") << " | "
+                  << FormatNumber(Quantile(w.seconds, 0.5), "0.000") << " | "
+                  << FormatNumber(Quantile(w.seconds, 0), "0.000") << " | "
+                  << FormatNumber(Quantile(w.seconds, 1), "0.000") << " | "
+                  << FormatNumber(Quantile(w.seconds, 0.5) / first, "0.00") << " |\n";
+    return 0;
+}
+
 // The sky that astropy reads from the WCS of `fits` at each pixel (FITS pixels), through the test
 // suite's reader.
 std::vector<std::array<double, 2>> AstropySky(const std::string& fits,
@@ -798,11 +861,12 @@ int Main(int argc, char** argv) {
         if (const char* h = std::getenv("TORNEL_HOME")) s.home = h;
     }
     if (s.mode.empty() || s.home.empty()) {
-        std::cerr << "usage: tornel-solve-fields fields|zones|validation|clients|wcs --home PROGRAM_FOLDER "
-                     "[--catalogue FILE]\n"
-                     "       [--work DIR] [--fields N] [--seed S] [--mirror-every N] [--inclination DEG] "
-                     "[--validation DIR] [--blind] [--sky FILE] [--render OPTIONS] [--all] [--only IMAGE] "
-                     "[--tools BUILD]\n";
+        std::cerr
+            << "usage: tornel-solve-fields fields|zones|validation|clients|sample|wcs --home PROGRAM_FOLDER "
+               "[--catalogue FILE]\n"
+               "       [--work DIR] [--fields N] [--seed S] [--mirror-every N] [--inclination DEG] "
+               "[--validation DIR] [--blind] [--sky FILE] [--render OPTIONS] [--all] [--only IMAGE] "
+               "[--tools BUILD]\n";
         return 2;
     }
     if (s.home.back() != '/') s.home += '/';
@@ -815,6 +879,7 @@ int Main(int argc, char** argv) {
     if (s.mode == "validation") return Validation(s);
     if (s.mode == "wcs") return WcsScale(s);
     if (s.mode == "clients") return Clients(s);
+    if (s.mode == "sample") return Sample(s);
     std::cerr << "unknown mode " << s.mode << "\n";
     return 2;
 }

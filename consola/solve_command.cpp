@@ -92,16 +92,18 @@ std::string SettlePosition(const SolveOptions& o, const HeaderHints& h, RunPlan&
     return "";
 }
 
-// The runs to try. Database 2 runs in a fraction of a second, database 1 with no angle turns through
-// up to 360 angles (seconds): so with a position the known angle puts database 1 first, an unknown
-// one puts it last. A parity not given costs a second run of each.
-void SettleAttempts(const SolveOptions& o, RunPlan& plan) {
+// The runs to try. Database 2 runs in a fraction of a second but needs a field of a degree or more;
+// database 1 with no angle turns through up to 360 angles (a second or two). So with a position, the
+// known angle or a narrow field puts database 1 first, an unknown angle on a wide field puts it last.
+// A parity not given costs a second run of each.
+void SettleAttempts(const SolveOptions& o, double fieldDegrees, RunPlan& plan) {
+    constexpr double kNarrowField = 1.2;  // degrees: below, database 2 seldom finds triangles enough
     std::vector<int> databases;
     if (o.database)
         databases = {*o.database};
     else if (!plan.ra)
         databases = {2};
-    else if (o.angle)
+    else if (o.angle || fieldDegrees < kNarrowField)
         databases = {1, 2};
     else
         databases = {2, 1};
@@ -348,7 +350,10 @@ SolveResult SolveImage(const SolveOptions& o, std::vector<std::string>& notes,
     if (!result.error.empty()) result.kind = SolveError::NoScale;
     if (result.error.empty()) result.error = SettlePosition(o, hints, plan);
     if (!result.error.empty() && result.kind == SolveError::None) result.kind = SolveError::Hints;
-    if (result.error.empty()) SettleAttempts(o, plan);
+    if (result.error.empty()) {
+        const ImageSides sides = hints.width > 0 ? ImageSides{hints.width, hints.height} : ImageSize(o.image);
+        SettleAttempts(o, plan.scale * std::max(sides.width, sides.height) / 3600, plan);
+    }
     notes = plan.notes;
     if (!result.error.empty()) return result;
     return RunAttempts(o, plan, notes, stopWanted);

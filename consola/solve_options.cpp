@@ -37,8 +37,8 @@ Position (else the FITS header's; with none the whole sky is searched):
   --blind                 ignore any position and search the whole sky  --blind
 Search:
   --database N            only 1 (around a position) or only 2 (whole sky); default: with a
-                          position and --angle, 1 then 2; with a position and no angle, 2
-                          then 1 (the faster first); without a position, 2   --database 2
+                          position, 1 then 2, but 2 first when no angle is given and the field
+                          is 1.2 degrees or wider; without a position, 2      --database 2
   --stars N               most star contours analysed, 5 to 1000        --stars 40
   --timeout S             stop after S seconds, not solved              --timeout 30
 Output:

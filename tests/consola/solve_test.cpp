@@ -117,7 +117,7 @@ TEST(SolveCommand, HeaderHintsChooseTheScaleAndTheSearch) {
     struct Case {
         std::vector<std::string> cards, options;
         std::string note;  // on standard error
-        int database;
+        int database;      // the first searched: with a position, database 1 on these narrow fields
     };
     const std::vector<Case> cases = {
         {{"RA      = 83.8200", "DEC     = -5.3900", "PIXSCALE= 1.25"},
@@ -147,7 +147,11 @@ TEST(SolveCommand, HeaderHintsChooseTheScaleAndTheSearch) {
         home.Write("answer.json", r.out);
         auto json = ParseJson(home, home.File("answer.json"));
         EXPECT_EQ(json["solved"], "False") << r.out;
-        EXPECT_EQ(json["database"], std::to_string(k.database)) << k.note;
+        // Every run failed on the empty databases; each but the last left its note.
+        const bool firstOne =
+            r.err.find("database 1 turning through every angle, not mirrored: ") != std::string::npos;
+        EXPECT_EQ(firstOne, k.database == 1) << k.note << "\n" << r.err;
+        EXPECT_EQ(json["database"], "2") << k.note;
         EXPECT_EQ(json["ra_deg"], "None");
         EXPECT_FALSE(json["seconds"].empty());
         EXPECT_EQ(home.Read("param.txt"), parameters) << k.note;
@@ -217,8 +221,8 @@ TEST_F(SolveGeneratedSky, OptionsAndHeaderHintsSolveAsModeEightDoes) {
     EXPECT_NEAR(std::stod(json["dec_deg"]), dec, 0.0006);
 }
 
-// What a client sends: a position and a scale, no angle and no parity. Database 2 is not installed
-// here, so the runs left are database 1 turning through the angles, then mirrored.
+// What a client sends: a position and a scale, no angle and no parity. On this narrow field database 1
+// goes first, turning through the angles, unmirrored and then mirrored.
 TEST_F(SolveGeneratedSky, AnUnknownAngleAndParityAreSearched) {
     const std::string image = Render({150.3, -29.8, 0, 137, 0, 0, true});
     WrongParameters();
@@ -230,7 +234,6 @@ TEST_F(SolveGeneratedSky, AnUnknownAngleAndParityAreSearched) {
     EXPECT_LT(std::fabs(std::stod(json["dec_deg"]) + 29.8), 0.002);
     EXPECT_EQ(json["mirror"], "True");
     EXPECT_EQ(json["database"], "1");
-    EXPECT_NE(r.err.find("database 2: "), std::string::npos) << r.err;
     EXPECT_NE(r.err.find("database 1 turning through every angle, not mirrored: "), std::string::npos)
         << r.err;
     // A parity given is the only one tried.
