@@ -7,25 +7,18 @@
 #include <iostream>
 #include <map>
 #include <optional>
-#include <sstream>
 
 #include "comun/files.h"
 #include "comun/numbers.h"
 #include "consola/astap_options.h"
 #include "consola/solve_command.h"
+#include "consola/wcs_file.h"
 
 namespace tornel {
 namespace {
 
 constexpr size_t kCard = 80;
 constexpr size_t kBlock = 2880;
-
-std::string ReadAll(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
 
 // The numeric cards of a FITS header text up to END.
 std::map<std::string, double> NumericCards(const std::string& header) {
@@ -49,30 +42,6 @@ std::string Decimal(double v) {
     char text[32];
     const auto r = std::to_chars(text, text + sizeof text, v, std::chars_format::general, 12);
     return std::string(text, r.ptr);
-}
-
-// A fixed-format value, right-aligned to column 30.
-std::string Pad(const std::string& value) {
-    return value.size() >= 20 ? value : std::string(20 - value.size(), ' ') + value;
-}
-
-std::string Card(const std::string& text) {
-    std::string card = text;
-    card.resize(kCard, ' ');
-    return card;
-}
-
-// The header with the image's sides before END, which the clients read to place the plate.
-std::string WithImageSides(const std::string& header, int width, int height) {
-    size_t end = 0;
-    while (end + kCard <= header.size() && header.compare(end, 8, "END     ") != 0)
-        end += kCard;
-    std::string out = header.substr(0, end);
-    out += Card("IMAGEW  = " + Pad(std::to_string(width)) + " / image width, pixels");
-    out += Card("IMAGEH  = " + Pad(std::to_string(height)) + " / image height, pixels");
-    out += Card("END");
-    out.resize((out.size() + kBlock - 1) / kBlock * kBlock, ' ');
-    return out;
 }
 
 // The solution's keys from its WCS cards; CDELT and CROTA as the rotation and scale of the CD matrix,
@@ -146,7 +115,8 @@ Answer Solve(AstapRequest& r, const std::string& wcsPath, std::vector<std::strin
         a.error = o.message;
         return a;
     }
-    const std::string header = ReadAll(wcsPath);
+    std::string header;
+    ReadWholeFile(wcsPath, header);
     const int width = sides.width > 0 ? sides.width : o.width,
               height = sides.height > 0 ? sides.height : o.height;
     if (!WriteFileAtomically(wcsPath, WithImageSides(header, width, height)))

@@ -195,7 +195,9 @@ void PrintLine(const Outcome& r, std::ostream& out) {
         << " seconds=" << Text(r.seconds, "0.00") << "\n";
 }
 
-void PrintBlock(const Outcome& r, std::ostream& out) {
+}  // namespace
+
+void PrintSolveOutcome(const SolveOutcome& r, std::ostream& out) {
     if (!r.solved) {
         out << "Not solved: " << r.message << "\nTime:     " << Text(r.seconds, "0.00") << " s\n";
         return;
@@ -211,6 +213,8 @@ void PrintBlock(const Outcome& r, std::ostream& out) {
         << "Sides:    " << r.sides << "\n"
         << "Time:     " << Text(r.seconds, "0.00") << " s\n";
 }
+
+namespace {
 
 int Refuse(const std::string& error) {
     std::cerr << "tornel-cli solve: " << error << "\nRun 'tornel-cli solve --help' for the options.\n";
@@ -378,7 +382,7 @@ int RunSolve(const std::vector<std::string>& args) {
     else if (o.quiet)
         PrintLine(result.outcome, std::cout);
     else
-        PrintBlock(result.outcome, std::cout);
+        PrintSolveOutcome(result.outcome, std::cout);
     if (!result.error.empty()) return Refuse(result.error);
     return result.outcome.solved ? kExitSolved : kExitNotSolved;
 }

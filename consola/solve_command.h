@@ -2,6 +2,7 @@
 // `tornel-cli solve IMAGE [options]`: one image solved with the hints of its command line and header,
 // on the parameters of the program folder changed for this run only.
 #include <functional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -39,6 +40,9 @@ struct SolveResult {
 // while the search runs and stops it when it answers true.
 SolveResult SolveImage(const SolveOptions& options, std::vector<std::string>& notes,
                        const std::function<bool()>& stopWanted);
+
+// The readable block of an outcome: the centre in sexagesimal and in degrees, the scale, the angle.
+void PrintSolveOutcome(const SolveOutcome& outcome, std::ostream& out);
 
 // The arguments after "solve"; answers the exit status: 0 solved, 1 not solved, 2 bad usage or set-up.
 int RunSolve(const std::vector<std::string>& args);

@@ -270,6 +270,7 @@ void ScaleHint(const std::map<std::string, std::string>& cards, HeaderHints& h) 
     take(CardNumber(cards, "PIXSCALE"), "PIXSCALE");
     take(CardNumber(cards, "SCALE"), "SCALE");
     const auto focal = CardNumber(cards, "FOCALLEN"), pixel = CardNumber(cards, "XPIXSZ");
+    if (pixel && *pixel > 0) h.pixelSize = *pixel;
     // Micrometres over millimetres: the angle of one pixel.
     if (focal && pixel && *focal > 0)
         take(2 * std::atan(*pixel / (*focal * 2000)) * 180 / M_PI * 3600, "FOCALLEN/XPIXSZ");

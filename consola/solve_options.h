@@ -15,9 +15,9 @@ struct SolveOptions {
     std::optional<double> scaleLow, scaleHigh;  // arcsec per pixel
     std::optional<double> fov;                  // image width, degrees
     std::optional<double> angle;                // degrees
-    std::optional<bool> mirror;  // unset: both parities are tried, the unmirrored first
-    std::optional<double> ra, dec;  // degrees
-    std::optional<double> radius;   // degrees
+    std::optional<bool> mirror;                 // unset: both parities are tried, the unmirrored first
+    std::optional<double> ra, dec;              // degrees
+    std::optional<double> radius;               // degrees
     bool blind = false;
     std::optional<int> database;
     std::optional<int> stars;
@@ -50,10 +50,11 @@ std::optional<double> ParseDeclination(const std::string& text);
 
 // What a FITS header says of the field; empty members when it says nothing.
 struct HeaderHints {
-    std::optional<double> ra, dec;  // degrees
-    std::optional<double> scale;    // arcsec per pixel
-    std::string scaleSource;        // the keywords that gave the scale
-    int width = 0, height = 0;      // NAXIS1, NAXIS2
+    std::optional<double> ra, dec;    // degrees
+    std::optional<double> scale;      // arcsec per pixel
+    std::string scaleSource;          // the keywords that gave the scale
+    std::optional<double> pixelSize;  // XPIXSZ, micrometres (binning included)
+    int width = 0, height = 0;        // NAXIS1, NAXIS2
 };
 // The hints of a FITS file's primary header; none for a file that is not FITS.
 HeaderHints ReadHeaderHints(const std::string& path);

@@ -12,7 +12,6 @@
 #include <vector>
 
 #include "consola/astap_options.h"
-#include "herramientas/render/render.h"
 #include "tests/consola/program_run.h"
 #include "tests/support/generated_sky.h"
 #include "tests/support/temp_folder.h"
@@ -109,11 +108,7 @@ TEST(AstapProgram, FailuresAnswerPltsolvdFWithTheirReasonAndCode) {
     EXPECT_EQ(ReadIni(home.Read("missing.ini"))["PLTSOLVD"], "F");
 
     // A star field that an empty database cannot place: no solution, and no .wcs.
-    render::Field field;
-    field.width = 500, field.height = 400, field.psfSigma = 2.5;
-    field.stars = render::RandomStars(8, 500, 400, 30, 60, 250000, 350000, 5);
-    ASSERT_TRUE(
-        render::WriteFits(home.File("plain.fit"), render::Render(field), render::FitsStorage::Unsigned, {}));
+    testing::SmallField(home, "plain.fit", {});
     EXPECT_EQ(
         RunAstapProgram(home, {"-f", home.File("plain.fit"), "-fov", "0.3", "-r", "180", "-wcs", "-z", "2"}),
         1);

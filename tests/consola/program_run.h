@@ -1,11 +1,14 @@
 #pragma once
-// A console program run to its end on a program folder, and the smallest folder that reaches a search.
+// A console program run to its end on a program folder, the smallest folder that reaches a search,
+// and a field to search there.
+#include <gtest/gtest.h>
 #include <sys/wait.h>
 
 #include <cstdlib>
 #include <string>
 #include <vector>
 
+#include "herramientas/render/render.h"
 #include "tests/support/temp_folder.h"
 
 namespace tornel::testing {
@@ -38,6 +41,17 @@ inline bool EmptyDatabases(const TempFolder& home) {
                              "estDEC_ID1x1g.bin", "tri2g02.bin"})
         home.Write(name, "");
     return true;
+}
+
+// A 500 x 400 star field as FITS with `cards` in its header, of no sky any database holds.
+inline std::string SmallField(const TempFolder& home, const std::string& name,
+                              const std::vector<std::string>& cards) {
+    render::Field field;
+    field.width = 500, field.height = 400, field.psfSigma = 2.5;
+    field.stars = render::RandomStars(8, 500, 400, 30, 60, 250000, 350000, 5);
+    EXPECT_TRUE(
+        render::WriteFits(home.File(name), render::Render(field), render::FitsStorage::Unsigned, cards));
+    return home.File(name);
 }
 
 }  // namespace tornel::testing

@@ -10,7 +10,6 @@
 #include <string>
 #include <vector>
 
-#include "herramientas/render/render.h"
 #include "tests/consola/program_run.h"
 #include "tests/support/generated_sky.h"
 #include "tests/support/temp_folder.h"
@@ -20,6 +19,7 @@ namespace {
 
 using testing::EmptyDatabases;
 using testing::Quoted;
+using testing::SmallField;
 using testing::TempFolder;
 
 testing::ProgramRun Solve(const TempFolder& home, std::vector<std::string> args) {
@@ -42,17 +42,6 @@ std::map<std::string, std::string> ParseJson(const TempFolder& home, const std::
         if (auto eq = line.find('='); eq != std::string::npos)
             members[line.substr(0, eq)] = line.substr(eq + 1);
     return members;
-}
-
-// A small star field as FITS with `cards` in its header.
-std::string SmallField(const TempFolder& home, const std::string& name,
-                       const std::vector<std::string>& cards) {
-    render::Field field;
-    field.width = 500, field.height = 400, field.psfSigma = 2.5;
-    field.stars = render::RandomStars(8, 500, 400, 30, 60, 250000, 350000, 5);
-    EXPECT_TRUE(
-        render::WriteFits(home.File(name), render::Render(field), render::FitsStorage::Unsigned, cards));
-    return home.File(name);
 }
 
 TEST(SolveCommand, HelpShowsEveryOptionWithAnExample) {

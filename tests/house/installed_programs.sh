@@ -20,6 +20,7 @@ run() { env -i HOME="$prefix" TORNEL_HOME="$prefix/home" "$prefix/bin/$@"; }
 run tornel-cli --version | grep -q '^tornel-cli ' || fail "installed tornel-cli does not start"
 run tornel-astap -h | grep -q '^Usage: tornel-astap' || fail "installed tornel-astap does not start"
 run tornel-db --help | grep -q '^Usage: tornel-db' || fail "installed tornel-db does not start"
+run tornel-solve-field -h | grep -q '^Usage: tornel-solve-field' || fail "installed tornel-solve-field does not start"
 
 # Options as a help text or a page writes them: "--word" and, for tornel-astap, "-word" at a start.
 long_options() { grep -oE -- '--[a-z][a-z-]*' | sort -u; }
@@ -39,6 +40,10 @@ done
 documented=$(page tornel-db | long_options)
 for option in $(run tornel-db --help | long_options); do
     grep -qx -- "$option" <<<"$documented" || fail "tornel-db.1 does not document $option"
+done
+documented=$(page tornel-solve-field | long_options)
+for option in $(run tornel-solve-field -h | long_options); do
+    grep -qx -- "$option" <<<"$documented" || fail "tornel-solve-field.1 does not document $option"
 done
 astap_page=$(page tornel-astap)
 for option in $(run tornel-astap -h | grep -oE -- '(^|[ [])-[a-z]+' | tr -d ' [' | sort -u); do

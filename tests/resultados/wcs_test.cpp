@@ -14,12 +14,16 @@
 #include "comun/files.h"
 #include "core/parametros.h"
 #include "resultados/wcs.h"
+#include "tests/support/astropy_wcs.h"
 #include "tests/support/generated_sky.h"
 #include "tests/support/test_program.h"
 
 namespace tornel {
 namespace {
 
+using testing::Astropy;
+using testing::AstropyReading;
+using testing::SeparationDegrees;
 using testing::TestProgram;
 
 constexpr size_t kBlock = 2880;
@@ -220,44 +224,6 @@ TEST(WcsRewrite, NothingAtThePolesOrAfterAFailedAnalysis) {
     EXPECT_TRUE(p.c.mFinAnalisis);
     ASSERT_EQ(p.platform.messages.size(), 1u);
     EXPECT_NE(p.platform.messages[0].find(" GrehacerCabeceraFits"), std::string::npos);
-}
-
-// astropy's reading of a file: sky positions of FITS pixels, the reference pixel and the scale.
-struct AstropyReading {
-    std::vector<std::array<double, 2>> sky;
-    double crpixX = 0, crpixY = 0, scale = 0;
-};
-
-AstropyReading Astropy(const std::string& file, const std::vector<std::array<double, 2>>& pixels,
-                       const std::string& options = "") {
-    std::string command = std::string(TORNEL_PYTHON) + " '" + TORNEL_SOURCE_DIR +
-                          "/tests/resultados/wcs_pixels_to_sky.py' '" + file + "' " + options;
-    for (const auto& px : pixels)
-        command += " " + std::to_string(px[0]) + " " + std::to_string(px[1]);
-    AstropyReading r;
-    FILE* pipe = popen(command.c_str(), "r");
-    if (!pipe) return r;
-    std::string text;
-    char buf[256];
-    while (fgets(buf, sizeof buf, pipe))
-        text += buf;
-    EXPECT_EQ(pclose(pipe), 0) << command;
-    std::istringstream in(text);
-    for (size_t i = 0; i < pixels.size(); ++i) {
-        std::array<double, 2> s{};
-        in >> s[0] >> s[1];
-        r.sky.push_back(s);
-    }
-    std::string word;
-    in >> word >> r.crpixX >> r.crpixY >> word >> r.scale;
-    EXPECT_TRUE(in) << text;
-    return r;
-}
-
-double SeparationDegrees(double ra1, double de1, double ra2, double de2) {
-    const double k = 3.14159265358979323846 / 180;
-    double x = std::sin((de2 - de1) * k / 2), y = std::sin((ra2 - ra1) * k / 2);
-    return 2 * std::asin(std::sqrt(x * x + std::cos(de1 * k) * std::cos(de2 * k) * y * y)) / k;
 }
 
 std::string Header(const std::string& bytes) {
