@@ -86,7 +86,7 @@ const std::map<std::string, Option>& Options() {
               auto e = InRange("-s", v, 0, 32767, "a whole number from 0 to 32767", stars);
               if (e.empty() && stars != std::floor(stars))
                   e = "the value of -s must be a whole number, not '" + v + "'";
-              if (stars > 0) r.options.stars = static_cast<int>(stars);
+              if (stars > 0) r.options.starsAtMost = static_cast<int>(stars);
               return e;
           }}},
         {"-o",

@@ -149,7 +149,8 @@ BASE.wcs with -wcs). Point the client's solver-program path at tornel-astap.
   -ra H -spd D  centre: right ascension in hours, south pole distance (declination + 90)
   -fov DEG      image height in degrees (0 or absent: the scale of the FITS header)
   -r DEG        search radius; 90 or more searches the whole sky
-  -s N          most stars to use (0: automatic)
+  -s N          most stars to use (0: automatic); it lowers the parameters' count, never
+                raises it
   -o BASE       base name of the output files (default: the image without its extension)
   -wcs          write BASE.wcs, the solution as a FITS header
   -update       write the solution into the FITS image's own header

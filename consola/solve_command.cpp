@@ -136,6 +136,10 @@ void ApplyPlan(Context& c, const SolveOptions& o, const RunPlan& plan, const Att
         c.gLadosParaWCS = 0;
     }
     if (o.stars) c.gMaxContornos = static_cast<int16_t>(*o.stars);
+    // Clients ask for up to hundreds of stars for their own matchers; more candidates than the
+    // parameters' count only crowd the distance road.
+    if (o.starsAtMost && *o.starsAtMost < c.gMaxContornos)
+        c.gMaxContornos = static_cast<int16_t>(std::max(*o.starsAtMost, 5));
     if (plan.window) c.gAnchoVentana = c.gAltoVentana = *plan.window;
     c.gBaseDatosPedida = attempt.database;
     c.gTipoVentana = attempt.turning ? 1 : 0;

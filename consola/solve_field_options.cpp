@@ -27,7 +27,8 @@ Position (else the FITS header's; with none the whole sky is searched):
   -5, --radius DEG         search radius; 90 or more searches the whole sky
 Search:
   -l, --cpulimit S         stop after S seconds, not solved
-      --objs N             most stars to use, taken within 5 to 1000
+      --objs N             most stars to use, taken within 5 to 1000; it lowers the count
+                           of the parameters (line 7), never raises it
       --cancel FILE        stop soon after FILE appears, not solved
 Output:
   -D, --dir DIR            folder of the output files (default: the image's)
@@ -141,7 +142,7 @@ const std::vector<Option>& Options() {
              if (!v || *v < 1 || *v != std::floor(*v)) return Bad("--objs", value, "a whole number above 0");
              const int stars = static_cast<int>(std::clamp(*v, 5.0, 1000.0));
              if (stars != *v) r.notes.push_back("--objs " + value + " taken as " + std::to_string(stars));
-             r.options.stars = stars;
+             r.options.starsAtMost = stars;
              return "";
          }},
         {"", "--cancel", true, Path(&SolveFieldRequest::cancel, "--cancel")},

@@ -21,7 +21,8 @@ struct SolveOptions {
     bool blind = false;
     std::optional<int> database;
     std::optional<int> stars;
-    std::optional<double> timeout;  // seconds
+    std::optional<int> starsAtMost;  // a client's ceiling: lowers the parameters' count, never raises it
+    std::optional<double> timeout;   // seconds
     std::string wcs;
     std::optional<bool> updateImage;  // the solution into the image's own header; param.txt when unset
     bool json = false, quiet = false, verbose = false, help = false;

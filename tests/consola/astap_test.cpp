@@ -58,7 +58,7 @@ TEST(AstapCommandLine, TheClientsLinesBecomeASolve) {
     AstapRequest n =
         ParseAstapCommandLine({"-f", "a.b/img.fit", "-fov", "0", "-z", "0", "-s", "500", "-r", "180"});
     ASSERT_EQ(n.error, "");
-    EXPECT_EQ(*n.options.stars, 500);
+    EXPECT_EQ(*n.options.starsAtMost, 500);
     EXPECT_EQ(*n.options.radius, 180);
     EXPECT_FALSE(n.fov);
     EXPECT_EQ(n.base, "a.b/img");
