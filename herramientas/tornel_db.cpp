@@ -66,6 +66,12 @@ Tunables (defaults in brackets):
   --tri-spacing F       probe centres F x radius apart [0.5]
   --tri-brightest N     brightest stars of a probe field that are triangulated [10]
   --tri-no-partial      only the triangulation of all N, not of the first 3, 4, ... brightest
+  --no-quads            leave out the pattern index (quads.bin), which solves with no scale
+  --quad-first-level D  least size of the finest patterns, degrees; each next level is x 1.414 [0.177]
+  --quad-levels N       levels of pattern sizes [17: 0.18 to 64 degrees]
+  --quad-stars N        brightest stars per cell (half a level's size) that make its patterns [3]
+  --quad-per-cell N     patterns centred in each such cell [2]
+  --quad-star-uses N    patterns of a level that one star may belong to [8]
 
 Exit status: 0 done; 1 failed (or an invariant does not hold); 2 bad usage.
 )";
@@ -88,8 +94,8 @@ struct Args {
 };
 
 bool IsFlag(const std::string& a) {
-    return a == "--no-db1" || a == "--no-db2" || a == "--tri-no-partial" || a == "--mirror" ||
-           a == "--help" || a == "-h";
+    return a == "--no-db1" || a == "--no-db2" || a == "--no-quads" || a == "--tri-no-partial" ||
+           a == "--mirror" || a == "--help" || a == "-h";
 }
 
 Args Parse(int argc, char** argv) {
@@ -132,10 +138,13 @@ bool ReadTunables(Args& a, BuildOptions& o, const std::vector<std::string>& extr
                                          {"--pole-radius", &o.poleTileRadius},
                                          {"--db2-cell", &o.db2Cell},
                                          {"--db2-mag", &o.db2MagLimit},
-                                         {"--tri-spacing", &o.triangles.spacing}};
-    std::map<std::string, int32_t*> ints{{"--ring-per-cell", &o.ringPerCell},
-                                         {"--db2-per-cell", &o.db2PerCell},
-                                         {"--tri-brightest", &o.triangles.brightest}};
+                                         {"--tri-spacing", &o.triangles.spacing},
+                                         {"--quad-first-level", &o.quadChoice.firstLevel}};
+    std::map<std::string, int32_t*> ints{
+        {"--ring-per-cell", &o.ringPerCell},          {"--db2-per-cell", &o.db2PerCell},
+        {"--tri-brightest", &o.triangles.brightest},  {"--quad-levels", &o.quadChoice.levels},
+        {"--quad-stars", &o.quadChoice.starsPerCell}, {"--quad-per-cell", &o.quadChoice.quadsPerCell},
+        {"--quad-star-uses", &o.quadChoice.starUses}};
     try {
         for (const auto& [key, value] : a.values) {
             if (auto r = reals.find(key); r != reals.end()) {
@@ -158,6 +167,7 @@ bool ReadTunables(Args& a, BuildOptions& o, const std::vector<std::string>& extr
     }
     o.database1 = !Has(a, "--no-db1");
     o.database2 = !Has(a, "--no-db2");
+    o.quads = !Has(a, "--no-quads");
     o.triangles.partial = !Has(a, "--tri-no-partial");
     if (o.regionBandHeight <= 0 || o.ringCell <= 0 || o.db2Cell <= 0 || o.triangles.brightest < 3 ||
         o.triangles.spacing <= 0) {

@@ -6,6 +6,7 @@
 #include <bit>
 #include <filesystem>
 
+#include "catalogo/quad_index.h"
 #include "catalogo/regions.h"
 #include "comun/context.h"
 #include "comun/files.h"
@@ -217,6 +218,25 @@ bool BuildDatabase(Platform& platform, const BuildInputs& inputs, const BuildOpt
             if (log)
                 *log << "  triangle road: " << report.decStars << " stars, " << report.triangles
                      << " triangles\n";
+        }
+        if (o.quads) {
+            Progress p(log, "patterns", "cells");
+            QuadReport quads;
+            const std::string file =
+                BuildQuadIndex(stars, o.quadChoice, quads, [&](int64_t d, int64_t t) { p.Update(d, t); });
+            p.Finish(quads.quads);
+            if (!WriteFileAtomically(staging.File(kQuadIndexFile), file))
+                throw std::runtime_error(std::string("cannot write ") + kQuadIndexFile);
+            report.quadStars = quads.stars;
+            report.quads = quads.quads;
+            report.bytesQuads = static_cast<int64_t>(file.size());
+            if (log) {
+                *log << "  patterns: " << quads.quads << " quads of " << quads.stars << " stars in "
+                     << quads.quadsPerLevel.size() << " levels (";
+                for (size_t l = 0; l < quads.quadsPerLevel.size(); ++l)
+                    *log << (l ? " " : "") << quads.quadsPerLevel[l];
+                *log << ")\n";
+            }
         }
         if (!inputs.objects.empty()) {
             report.objects = static_cast<int64_t>(inputs.objects.size());

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "herramientas/db/catalog.h"
+#include "herramientas/db/quad_file.h"
 #include "herramientas/db/triangle_file.h"
 
 namespace tornel {
@@ -32,6 +33,9 @@ struct BuildOptions {
     double db2MagLimit = 99;
     double db2MinSeparation = 0.1;  // degrees, the least distance the triangle road resolves
     TriangleChoice triangles;
+
+    bool quads = true;  // the pattern index, quads.bin
+    QuadChoice quadChoice;
 };
 
 struct BuildInputs {
@@ -45,8 +49,8 @@ bool LoadInputs(const std::vector<std::string>& paths, BuildInputs& inputs, std:
 
 struct BuildReport {
     int64_t catalogueStars = 0, duplicates = 0, estStars = 0, ringStars = 0, ringPairs = 0, polePairs = 0;
-    int64_t decStars = 0, triangles = 0, objects = 0;
-    int64_t bytesDatabase1 = 0, bytesDatabase2 = 0, bytesCommon = 0;
+    int64_t decStars = 0, triangles = 0, objects = 0, quadStars = 0, quads = 0;
+    int64_t bytesDatabase1 = 0, bytesDatabase2 = 0, bytesCommon = 0, bytesQuads = 0;
     double seconds = 0;
 };
 

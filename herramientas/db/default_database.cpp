@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <sstream>
 
+#include "catalogo/quad_index.h"
 #include "comun/context.h"
 #include "comun/files.h"
 #include "comun/numbers.h"
@@ -70,9 +71,10 @@ bool FetchFromPackage(const std::string& downloads, const std::string& package, 
     return true;
 }
 
-bool DatabaseStands(const std::string& folder, const std::string& options) {
+bool DatabaseStands(const std::string& folder, const std::string& options, bool quads) {
     std::string stamp;
     if (!ReadWholeFile(folder + kStamp, stamp) || stamp != options) return false;
+    if (quads && !FileExists(folder + kQuadIndexFile)) return false;
     for (const char* f : {"est.bin", "region.bin", "Ani090.bin", "pole000.bin", "pole179.bin",
                           "estDEC_ID1x1g.bin", "tri2g02.bin", "est.ele", "pgc.bin"})
         if (!FileExists(folder + f)) return false;
@@ -93,6 +95,10 @@ std::string OptionsText(const BuildOptions& o) {
         s << " " << ShortestText(r);
     s << "\ntri-spacing " << ShortestText(o.triangles.spacing) << "\ntri-brightest " << o.triangles.brightest
       << "\ntri-partial " << (o.triangles.partial ? 1 : 0) << "\n";
+    if (o.quads)
+        s << "quad-first-level " << ShortestText(o.quadChoice.firstLevel) << "\nquad-levels "
+          << o.quadChoice.levels << "\nquad-stars " << o.quadChoice.starsPerCell << "\nquad-per-cell "
+          << o.quadChoice.quadsPerCell << "\nquad-star-uses " << o.quadChoice.starUses << "\n";
     return s.str();
 }
 
@@ -103,7 +109,7 @@ bool MakeDefaultDatabase(Platform& platform, const std::string& homeIn, const Bu
     const std::string downloads = home + "downloads/";
     result.databaseFolder = home + "database/";
     const std::string stamp = OptionsText(options);
-    result.reused = DatabaseStands(result.databaseFolder, stamp);
+    result.reused = DatabaseStands(result.databaseFolder, stamp, options.quads);
     if (!result.reused) {
         std::string stars, objects;
         try {

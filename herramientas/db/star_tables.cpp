@@ -105,6 +105,13 @@ int64_t CellGrid::CellOf(double ra, double dec) const {
     return first_[b] + std::clamp(c, 0, perBand_[b] - 1);
 }
 
+void CellGrid::Centre(int64_t cell, double& ra, double& dec) const {
+    const auto b =
+        static_cast<size_t>(std::upper_bound(first_.begin(), first_.end(), cell) - first_.begin() - 1);
+    dec = -90.0 + (static_cast<double>(b) + 0.5) * size_;
+    ra = (static_cast<double>(cell - first_[b]) + 0.5) * 360.0 / perBand_[b];
+}
+
 double CellGrid::CellArea(double dec) const {
     auto b = std::clamp(static_cast<int32_t>(std::floor((dec + 90.0) / size_)), 0, bands_ - 1);
     double lo = (-90.0 + b * size_) * std::numbers::pi / 180,

@@ -36,6 +36,9 @@ class CellGrid {
     explicit CellGrid(double size);
     int64_t CellOf(double ra, double dec) const;
     int64_t Count() const { return total_; }
+    // Centre of cell `cell`, degrees.
+    void Centre(int64_t cell, double& ra, double& dec) const;
+    double Size() const { return size_; }
     // Area of one cell of the band of `dec`, square degrees.
     double CellArea(double dec) const;
 

@@ -1,0 +1,203 @@
+#include "catalogo/quad_index.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+namespace tornel {
+
+namespace {
+
+constexpr double kStoredSteps = 65535;
+
+template <class T>
+T Load(const unsigned char* p) {
+    T v;
+    std::memcpy(&v, p, sizeof v);  // the index is little-endian, as the machines that read it
+    return v;
+}
+
+void Arrange(std::vector<StoredQuad>& quads, size_t lo, size_t hi, int depth) {
+    if (hi - lo < 2) return;
+    const size_t mid = lo + (hi - lo) / 2, axis = static_cast<size_t>(depth % 4);
+    std::nth_element(
+        quads.begin() + static_cast<std::ptrdiff_t>(lo), quads.begin() + static_cast<std::ptrdiff_t>(mid),
+        quads.begin() + static_cast<std::ptrdiff_t>(hi),
+        [axis](const StoredQuad& a, const StoredQuad& b) { return a.code[axis] < b.code[axis]; });
+    Arrange(quads, lo, mid, depth + 1);
+    Arrange(quads, mid + 1, hi, depth + 1);
+}
+
+}  // namespace
+
+uint16_t CodeToStored(double v) {
+    const double q = std::round((v - kCodeLow) / kCodeSpan * kStoredSteps);
+    return static_cast<uint16_t>(std::clamp(q, 0.0, kStoredSteps));
+}
+
+double StoredToCode(uint16_t q) {
+    return kCodeLow + q * kCodeSpan / kStoredSteps;
+}
+
+void ArrangeAsTree(std::vector<StoredQuad>& quads) {
+    Arrange(quads, 0, quads.size(), 0);
+}
+
+bool QuadIndex::Open(const std::string& path, std::string& error) {
+    Close();
+    path_ = path;
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) {
+        error = "cannot open the pattern index " + path;
+        return false;
+    }
+    struct stat st {};
+    if (::fstat(fd, &st) != 0 || st.st_size < static_cast<off_t>(kQuadHeaderBytes)) {
+        ::close(fd);
+        error = "the pattern index " + path + " is too short";
+        return false;
+    }
+    length_ = static_cast<size_t>(st.st_size);
+    void* map = ::mmap(nullptr, length_, PROT_READ, MAP_SHARED, fd, 0);
+    ::close(fd);
+    if (map == MAP_FAILED) {
+        error = "cannot map the pattern index " + path;
+        return false;
+    }
+    base_ = static_cast<const unsigned char*>(map);
+    auto refuse = [&](const std::string& why) {
+        error = "the pattern index " + path + " " + why + "; build it again with tornel-db";
+        Close();
+        return false;
+    };
+    if (std::memcmp(base_, kQuadIndexMagic, sizeof kQuadIndexMagic) != 0)
+        return refuse("is not a pattern index");
+    const auto levels = Load<uint32_t>(base_ + 8);
+    starCount_ = Load<uint32_t>(base_ + 12);
+    if (levels == 0 || levels > 64) return refuse("names " + std::to_string(levels) + " levels");
+    const uint64_t starsAt = kQuadHeaderBytes + uint64_t{levels} * kQuadLevelBytes;
+    const uint64_t quadsAt = starsAt + uint64_t{starCount_} * kQuadStarBytes;
+    if (quadsAt > length_) return refuse("is shorter than its star table");
+    stars_ = base_ + starsAt;
+    uint64_t nextQuad = 0;
+    for (uint32_t l = 0; l < levels; ++l) {
+        const unsigned char* p = base_ + kQuadHeaderBytes + uint64_t{l} * kQuadLevelBytes;
+        QuadLevel level;
+        level.low = Load<float>(p);
+        level.high = Load<float>(p + 4);
+        level.firstQuad = Load<uint64_t>(p + 8);
+        level.quads = Load<uint64_t>(p + 16);
+        level.firstStar = Load<uint64_t>(p + 24);
+        level.stars = Load<uint64_t>(p + 32);
+        if (!(level.low > 0 && level.high > level.low && level.high <= 180))
+            return refuse("has a level of sizes out of order");
+        if (l > 0 && !(level.low > levels_.back().low)) return refuse("has its levels out of order");
+        // Quads follow one another level by level; star groups come coarsest first.
+        if (level.firstQuad != nextQuad || level.quads > (length_ - quadsAt) / kQuadBytes)
+            return refuse("has a quad table that disagrees with its length");
+        nextQuad += level.quads;
+        levels_.push_back(level);
+    }
+    if (quadsAt + nextQuad * kQuadBytes != length_)
+        return refuse("has a length that disagrees with its tables");
+    uint64_t star = 0;
+    for (size_t l = levels_.size(); l-- > 0;) {
+        if (levels_[l].firstStar != star || levels_[l].stars > starCount_ - star)
+            return refuse("has a star table that disagrees with its levels");
+        star += levels_[l].stars;
+    }
+    if (star != starCount_) return refuse("has stars that no level owns");
+    quads_ = base_ + quadsAt;
+    return true;
+}
+
+void QuadIndex::Close() {
+    if (base_) ::munmap(const_cast<unsigned char*>(base_), length_);
+    base_ = nullptr;
+    stars_ = quads_ = nullptr;
+    length_ = 0;
+    starCount_ = 0;
+    levels_.clear();
+}
+
+IndexStar QuadIndex::Star(uint32_t n) const {
+    const unsigned char* p = stars_ + uint64_t{n} * kQuadStarBytes;
+    return {Load<float>(p), Load<float>(p + 4), Load<float>(p + 8)};
+}
+
+StoredQuad QuadIndex::QuadAt(uint64_t n) const {
+    const unsigned char* p = quads_ + n * kQuadBytes;
+    StoredQuad q;
+    for (size_t k = 0; k < 4; ++k)
+        q.code[k] = Load<uint16_t>(p + 2 * k);
+    for (size_t k = 0; k < 4; ++k)
+        q.stars[k] = Load<uint32_t>(p + 8 + 4 * k);
+    return q;
+}
+
+void QuadIndex::Search(const QuadLevel& level, uint64_t lo, uint64_t hi, int depth,
+                       const std::array<double, 4>& q, double tol2, double tolerance,
+                       std::vector<QuadHit>& hits, size_t limit) const {
+    while (lo < hi && hits.size() < limit) {
+        const uint64_t mid = lo + (hi - lo) / 2;
+        const StoredQuad s = QuadAt(level.firstQuad + mid);
+        double d2 = 0;
+        for (size_t k = 0; k < 4; ++k)
+            d2 += (s.code[k] - q[k]) * (s.code[k] - q[k]);
+        if (d2 <= tol2 &&
+            std::all_of(s.stars.begin(), s.stars.end(), [&](uint32_t n) { return n < starCount_; })) {
+            const double unit = kCodeSpan / kStoredSteps;
+            hits.push_back({s.stars, d2 * unit * unit});
+        }
+        const size_t axis = static_cast<size_t>(depth % 4);
+        const bool lower = q[axis] - tolerance <= s.code[axis], upper = q[axis] + tolerance >= s.code[axis];
+        if (lower && upper) {
+            Search(level, lo, mid, depth + 1, q, tol2, tolerance, hits, limit);
+            lo = mid + 1;
+        } else if (lower) {
+            hi = mid;
+        } else {
+            lo = mid + 1;
+        }
+        ++depth;
+    }
+}
+
+void QuadIndex::Lookup(size_t level, const QuadCode& code, double tolerance, std::vector<QuadHit>& hits,
+                       size_t limit) const {
+    if (level >= levels_.size()) return;
+    std::array<double, 4> q{};
+    for (size_t k = 0; k < 4; ++k)
+        q[k] = (code[k] - kCodeLow) / kCodeSpan * kStoredSteps;
+    const double t = tolerance / kCodeSpan * kStoredSteps;
+    Search(levels_[level], 0, levels_[level].quads, 0, q, t * t, t, hits, hits.size() + limit);
+}
+
+void QuadIndex::StarsNear(size_t level, double ra, double dec, double radius,
+                          std::vector<uint32_t>& out) const {
+    for (size_t l = level; l < levels_.size(); ++l) {
+        const QuadLevel& g = levels_[l];
+        // The group is sorted by declination: the first star not below dec - radius.
+        uint64_t lo = 0, hi = g.stars;
+        while (lo < hi) {
+            const uint64_t mid = lo + (hi - lo) / 2;
+            if (Star(static_cast<uint32_t>(g.firstStar + mid)).dec < dec - radius)
+                lo = mid + 1;
+            else
+                hi = mid;
+        }
+        for (uint64_t k = lo; k < g.stars; ++k) {
+            const auto n = static_cast<uint32_t>(g.firstStar + k);
+            const IndexStar s = Star(n);
+            if (s.dec > dec + radius) break;
+            if (AngularDistance(ra, dec, s.ra, s.dec) <= radius) out.push_back(n);
+        }
+    }
+}
+
+}  // namespace tornel

@@ -1,0 +1,104 @@
+#pragma once
+// The pattern index, quads.bin: four-star codes (catalogo/quad_code.h) at a series of sizes, from a
+// fifth of a degree to past forty, so that a field of any scale finds its patterns with no scale
+// and no position given. The file is mapped, not read: a search touches a few pages of it. The
+// builder replaces the file by a rename, so a mapping keeps the file it was made on.
+//
+// Layout, little-endian, no padding:
+//   header      magic "TQUADS01", u32 levels, u32 stars, u32 reserved[2]                 (24 bytes)
+//   levels x    f32 low, f32 high (degrees: |AB| of its quads), u64 first quad, u64 quads,
+//               u64 first star, u64 stars                                                    (40 bytes)
+//   stars x     f32 ra, f32 dec (degrees J2000), f32 mag                                     (12 bytes)
+//   quads x     u16 code[4], u32 star[4] (A, B, C, D)                                        (24 bytes)
+// The stars of a level are those its quads were chosen among; a star chosen at a level is chosen at
+// every finer one. They are stored by the coarsest level that chose them, coarsest first, each group
+// sorted by declination; so the stars of level L are the groups of L and coarser, and a level's
+// "first star, stars" name its own group. The quads of a level form an implicit k-d tree over the
+// code: the median of the range by axis depth % 4, the lower half before it, the upper after.
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "catalogo/quad_code.h"
+
+namespace tornel {
+
+inline constexpr char kQuadIndexMagic[8] = {'T', 'Q', 'U', 'A', 'D', 'S', '0', '1'};
+inline constexpr const char* kQuadIndexFile = "quads.bin";
+inline constexpr size_t kQuadHeaderBytes = 24;
+inline constexpr size_t kQuadLevelBytes = 40;
+inline constexpr size_t kQuadStarBytes = 12;
+inline constexpr size_t kQuadBytes = 24;
+// The code's values lie in [-0.21, 1.21]; stored on 16 bits over this span.
+inline constexpr double kCodeLow = -0.25, kCodeSpan = 1.5;
+
+uint16_t CodeToStored(double v);
+double StoredToCode(uint16_t q);
+
+struct IndexStar {
+    float ra = 0, dec = 0, mag = 0;
+};
+
+struct QuadLevel {
+    double low = 0, high = 0;  // degrees
+    uint64_t firstQuad = 0, quads = 0;
+    uint64_t firstStar = 0, stars = 0;  // the level's own group
+};
+
+struct QuadHit {
+    std::array<uint32_t, 4> stars{};  // A, B, C, D: star numbers of the index
+    double distance2 = 0;             // squared code distance
+};
+
+// The implicit k-d tree of a level: lays `codes` (and the parallel records) out in tree order.
+// Used by the builder; a test builds small indexes with it too.
+struct StoredQuad {
+    std::array<uint16_t, 4> code{};
+    std::array<uint32_t, 4> stars{};
+};
+void ArrangeAsTree(std::vector<StoredQuad>& quads);
+
+class QuadIndex {
+  public:
+    QuadIndex() = default;
+    QuadIndex(const QuadIndex&) = delete;
+    QuadIndex& operator=(const QuadIndex&) = delete;
+    ~QuadIndex() { Close(); }
+
+    // Maps the file and checks that its tables agree with its length. False with a sentence naming
+    // the file when it cannot be used.
+    bool Open(const std::string& path, std::string& error);
+    void Close();
+    bool IsOpen() const { return base_ != nullptr; }
+    const std::string& Path() const { return path_; }
+
+    const std::vector<QuadLevel>& Levels() const { return levels_; }
+    uint32_t StarCount() const { return starCount_; }
+    IndexStar Star(uint32_t n) const;
+
+    // Quads of `level` whose code lies within `tolerance` of `code` (Euclidean), appended to `hits`.
+    // A quad naming a star past the table is passed over. Stops after `limit` hits.
+    void Lookup(size_t level, const QuadCode& code, double tolerance, std::vector<QuadHit>& hits,
+                size_t limit = 1000) const;
+
+    // The stars of `level` (its group and the coarser ones) within `radius` degrees of (ra, dec),
+    // appended to `out` as star numbers.
+    void StarsNear(size_t level, double ra, double dec, double radius, std::vector<uint32_t>& out) const;
+
+  private:
+    StoredQuad QuadAt(uint64_t n) const;
+    void Search(const QuadLevel& level, uint64_t lo, uint64_t hi, int depth, const std::array<double, 4>& q,
+                double tol2, double tolerance, std::vector<QuadHit>& hits, size_t limit) const;
+
+    const unsigned char* base_ = nullptr;
+    size_t length_ = 0;
+    std::string path_;
+    uint32_t starCount_ = 0;
+    std::vector<QuadLevel> levels_;
+    const unsigned char* stars_ = nullptr;
+    const unsigned char* quads_ = nullptr;
+};
+
+}  // namespace tornel
