@@ -243,6 +243,35 @@ void CoordenadasCatalogoAimagen(Context& c, double ra, double dec, double& x, do
     });
 }
 
+PlateInverse InvertPlate(const PlateMatrix& p) {
+    // S = u1 row1 + u2 row2 + u3 row3, so u = M^-1 S with the rows of the plate as the columns of M.
+    PlateInverse m{};
+    for (int i = 0; i < 3; ++i)
+        for (int j = 0; j < 3; ++j)
+            m[i][j] = p[j + 1][i + 1];
+    PlateInverse inv{};
+    const double det = m[0][0] * (m[1][1] * m[2][2] - m[1][2] * m[2][1]) -
+                       m[0][1] * (m[1][0] * m[2][2] - m[1][2] * m[2][0]) +
+                       m[0][2] * (m[1][0] * m[2][1] - m[1][1] * m[2][0]);
+    for (int i = 0; i < 3; ++i)
+        for (int j = 0; j < 3; ++j) {
+            const int r1 = (j + 1) % 3, r2 = (j + 2) % 3, c1 = (i + 1) % 3, c2 = (i + 2) % 3;
+            inv[i][j] = (m[r1][c1] * m[r2][c2] - m[r1][c2] * m[r2][c1]) / det;
+        }
+    return inv;
+}
+
+bool SkyToPixel(const Context& c, const PlateInverse& m, double ra, double dec, double& x, double& y) {
+    const Vector3 s = SkyVector(c, ra, dec);
+    const double u = m[0][0] * s.x + m[0][1] * s.y + m[0][2] * s.z;
+    const double w = m[1][0] * s.x + m[1][1] * s.y + m[1][2] * s.z;
+    const double z = m[2][0] * s.x + m[2][1] * s.y + m[2][2] * s.z;
+    if (!(z > 0)) return false;
+    x = c.gAnchoImagen / 2 + c.gFocalEnPixeles * u / z;
+    y = c.gAltoImagen / 2 + c.gFocalEnPixeles * w / z;
+    return true;
+}
+
 double PlateScaleAtCentre(Context& c) {
     if (c.mFinAnalisis) return 0;
     double scale = 0;

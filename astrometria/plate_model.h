@@ -46,6 +46,12 @@ void CoordenadasCatalogoAimagen(Context& c, double ra, double dec, double& x, do
 // a hundred pixels. 0 after an error.
 double PlateScaleAtCentre(Context& c);
 
+// The sky-to-image side of a plate, inverted once so that many stars are projected without a system
+// each: SkyToPixel answers the pixel (square pixels) of (ra, dec), degrees; false behind the camera.
+using PlateInverse = std::array<std::array<double, 3>, 3>;
+PlateInverse InvertPlate(const PlateMatrix& plate);
+bool SkyToPixel(const Context& c, const PlateInverse& inverse, double ra, double dec, double& x, double& y);
+
 // Sky position of pixel (x, y) with Cij into mRAconvertida, mDECconvertida (degrees).
 void CoordenadasImagenAesfericas(Context& c, double x, double y);
 // The same with Dij.

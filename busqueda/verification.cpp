@@ -9,6 +9,7 @@
 #include <unordered_map>
 
 #include "astrometria/sky_vectors.h"
+#include "busqueda/star_grid.h"
 #include "catalogo/field_stars.h"
 #include "comun/errors.h"
 #include "comun/numbers.h"
@@ -30,57 +31,6 @@ struct Box {
 Box WholeImage(const Context& c) {
     return {0, 0, c.gAnchoImagen, c.gAltoImagen};
 }
-
-using Matrix3 = std::array<std::array<double, 3>, 3>;
-
-// The sky-to-image side of Cij: S = u1 row1 + u2 row2 + u3 row3, so u = M^-1 S with the rows of Cij as
-// the columns of M.
-Matrix3 SkyToImage(const PlateMatrix& p) {
-    Matrix3 m{};
-    for (int i = 0; i < 3; ++i)
-        for (int j = 0; j < 3; ++j)
-            m[i][j] = p[j + 1][i + 1];
-    Matrix3 inv{};
-    const double det = m[0][0] * (m[1][1] * m[2][2] - m[1][2] * m[2][1]) -
-                       m[0][1] * (m[1][0] * m[2][2] - m[1][2] * m[2][0]) +
-                       m[0][2] * (m[1][0] * m[2][1] - m[1][1] * m[2][0]);
-    for (int i = 0; i < 3; ++i)
-        for (int j = 0; j < 3; ++j) {
-            const int r1 = (j + 1) % 3, r2 = (j + 2) % 3, c1 = (i + 1) % 3, c2 = (i + 2) % 3;
-            inv[i][j] = (m[r1][c1] * m[r2][c2] - m[r1][c2] * m[r2][c1]) / det;
-        }
-    return inv;
-}
-
-// Image stars hashed into square cells of the radius, so that a star's neighbours are in nine cells.
-class StarGrid {
-  public:
-    StarGrid(const std::vector<std::array<double, 2>>& stars, double cell) : stars_(stars), cell_(cell) {
-        for (size_t k = 0; k < stars.size(); ++k)
-            cells_[Key(stars[k][0], stars[k][1])].push_back(k);
-    }
-    template <class Visit>
-    void Near(double x, double y, Visit&& visit) const {
-        const auto cx = static_cast<int64_t>(std::floor(x / cell_)),
-                   cy = static_cast<int64_t>(std::floor(y / cell_));
-        for (int64_t i = cx - 1; i <= cx + 1; ++i)
-            for (int64_t j = cy - 1; j <= cy + 1; ++j) {
-                const auto found = cells_.find(Pack(i, j));
-                if (found == cells_.end()) continue;
-                for (size_t k : found->second)
-                    visit(k, std::hypot(stars_[k][0] - x, stars_[k][1] - y));
-            }
-    }
-
-  private:
-    static int64_t Pack(int64_t i, int64_t j) { return (i << 32) ^ (j & 0xFFFFFFFF); }
-    int64_t Key(double x, double y) const {
-        return Pack(static_cast<int64_t>(std::floor(x / cell_)), static_cast<int64_t>(std::floor(y / cell_)));
-    }
-    const std::vector<std::array<double, 2>>& stars_;
-    double cell_;
-    std::unordered_map<int64_t, std::vector<size_t>> cells_;
-};
 
 double RmsResidual(Context& c, const std::vector<PlateStar>& identified) {
     double sum = 0;
@@ -155,6 +105,10 @@ std::vector<std::array<double, 2>> ImageStars(const Context& c, const Box& box) 
     return image;
 }
 
+// The check of the plate in Cij against `field`.
+Verification CheckAgainst(Context& c, const CandidateStars& stars, const std::vector<CatalogueStar>& field,
+                          double requiredLog10Odds);
+
 }  // namespace
 
 double RequiredLog10Odds(const Context& c) {
@@ -225,57 +179,75 @@ Verification VerifyPlate(Context& c, const CandidateStars& stars) {
     const PlateMatrix kept = c.Cij;
     WithTrap(c, "VerifyPlate", [&] {
         FindVerificationStars(c);
-        v.radius = std::clamp(3 * RmsResidual(c, stars.identified), 1.0, 5.0);
         const std::vector<CatalogueStar> field = CatalogueStarsInView(c);
         if (c.mFinAnalisis) return;
-        const Box box = WholeImage(c);
-        const std::vector<std::array<double, 2>> image = ImageStars(c, box);
-        v.imageStars = static_cast<int32_t>(image.size());
-        FpCheck fp;
-        const Matrix3 toImage = SkyToImage(c.Cij);
-        const StarGrid grid(image, v.radius);
-        // The share of the image within the radius of some image star: the chance that a catalogue
-        // star falls on one with no relation to it.
-        const double density = image.size() / box.Area();
-        const double p = -std::expm1(-density * std::numbers::pi * v.radius * v.radius);
-        const double boxesDensity = std::max(stars.searchedAround, 0) / box.Area();
-        std::vector<Pair> pairs;
-        std::vector<double> searchedChances;
-        size_t tested = 0;
-        const auto& formedBy = stars.formedBy;
-        for (const CatalogueStar& star : field) {
-            if (std::find(formedBy.begin(), formedBy.end(), star.id) != formedBy.end()) continue;
-            const Vector3 s = SkyVector(c, star.ra, star.dec);
-            const double u = toImage[0][0] * s.x + toImage[0][1] * s.y + toImage[0][2] * s.z;
-            const double w = toImage[1][0] * s.x + toImage[1][1] * s.y + toImage[1][2] * s.z;
-            const double z = toImage[2][0] * s.x + toImage[2][1] * s.y + toImage[2][2] * s.z;
-            if (z <= 0) continue;  // behind the camera
-            const double x = c.gAnchoImagen / 2 + c.gFocalEnPixeles * u / z;
-            const double y = c.gAltoImagen / 2 + c.gFocalEnPixeles * w / z;
-            if (!box.Holds(x, y)) continue;
-            grid.Near(x, y, [&](size_t k, double d) {
-                if (d <= v.radius) pairs.push_back({d, tested, k});
-            });
-            ++tested;
-            const auto searched =
-                std::find_if(stars.searched.begin(), stars.searched.end(),
-                             [&](const SearchedStar& found) { return found.id == star.id; });
-            if (searched != stars.searched.end())
-                searchedChances.push_back(std::max(p, -std::expm1(-boxesDensity * searched->boxArea)));
-        }
-        fp.Check();
-        v.tested = static_cast<int32_t>(tested);
-        v.matched = MatchOneToOne(pairs, tested, image.size());
-        const auto others = static_cast<int32_t>(tested - searchedChances.size());
-        v.expected = p * others;
-        for (double q : searchedChances)
-            v.expected += q;
-        v.log10Odds = Log10TailOfSum(searchedChances, others, p, v.matched);
-        v.accepted = v.matched >= kLeastMatches && v.log10Odds >= RequiredLog10Odds(c);
+        v = CheckAgainst(c, stars, field, RequiredLog10Odds(c));
     });
     c.Cij = kept;
     return v;
 }
+
+Verification VerifyPlateAgainst(Context& c, const CandidateStars& stars,
+                                const std::vector<CatalogueStar>& field, double requiredLog10Odds) {
+    Verification v;
+    if (c.mFinAnalisis) return v;
+    const PlateMatrix kept = c.Cij;
+    WithTrap(c, "VerifyPlate", [&] {
+        FindVerificationStars(c);
+        v = CheckAgainst(c, stars, field, requiredLog10Odds);
+    });
+    c.Cij = kept;
+    return v;
+}
+
+namespace {
+
+Verification CheckAgainst(Context& c, const CandidateStars& stars, const std::vector<CatalogueStar>& field,
+                          double requiredLog10Odds) {
+    Verification v;
+    v.radius = std::clamp(3 * RmsResidual(c, stars.identified), 1.0, 5.0);
+    if (c.mFinAnalisis) return v;
+    const Box box = WholeImage(c);
+    const std::vector<std::array<double, 2>> image = ImageStars(c, box);
+    v.imageStars = static_cast<int32_t>(image.size());
+    FpCheck fp;
+    const PlateInverse toImage = InvertPlate(c.Cij);
+    const StarGrid grid(image, v.radius);
+    // The share of the image within the radius of some image star: the chance that a catalogue
+    // star falls on one with no relation to it.
+    const double density = image.size() / box.Area();
+    const double p = -std::expm1(-density * std::numbers::pi * v.radius * v.radius);
+    const double boxesDensity = std::max(stars.searchedAround, 0) / box.Area();
+    std::vector<Pair> pairs;
+    std::vector<double> searchedChances;
+    size_t tested = 0;
+    const auto& formedBy = stars.formedBy;
+    for (const CatalogueStar& star : field) {
+        if (std::find(formedBy.begin(), formedBy.end(), star.id) != formedBy.end()) continue;
+        double x = 0, y = 0;
+        if (!SkyToPixel(c, toImage, star.ra, star.dec, x, y) || !box.Holds(x, y)) continue;
+        grid.Near(x, y, [&](size_t k, double d) {
+            if (d <= v.radius) pairs.push_back({d, tested, k});
+        });
+        ++tested;
+        const auto searched = std::find_if(stars.searched.begin(), stars.searched.end(),
+                                           [&](const SearchedStar& found) { return found.id == star.id; });
+        if (searched != stars.searched.end())
+            searchedChances.push_back(std::max(p, -std::expm1(-boxesDensity * searched->boxArea)));
+    }
+    fp.Check();
+    v.tested = static_cast<int32_t>(tested);
+    v.matched = MatchOneToOne(pairs, tested, image.size());
+    const auto others = static_cast<int32_t>(tested - searchedChances.size());
+    v.expected = p * others;
+    for (double q : searchedChances)
+        v.expected += q;
+    v.log10Odds = Log10TailOfSum(searchedChances, others, p, v.matched);
+    v.accepted = v.matched >= kLeastMatches && v.log10Odds >= requiredLog10Odds;
+    return v;
+}
+
+}  // namespace
 
 void ReportRefused(Context& c, int32_t refused) {
     const std::string n = std::to_string(refused);

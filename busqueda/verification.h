@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "astrometria/plate_model.h"
+#include "catalogo/field_stars.h"
 #include "comun/context.h"
 
 namespace tornel {
@@ -46,6 +47,10 @@ struct CandidateStars {
 // boxes of its size cover. The odds are those of the tail of the sum of those chances. Leaves Cij as it
 // was. Not accepted after an error, which the trap reports.
 Verification VerifyPlate(Context& c, const CandidateStars& stars);
+// The same against the catalogue stars a road brings (a road with a star list of its own), with the
+// odds it requires.
+Verification VerifyPlateAgainst(Context& c, const CandidateStars& stars,
+                                const std::vector<CatalogueStar>& field, double requiredLog10Odds);
 // The same with no searched stars.
 Verification VerifyPlate(Context& c, const std::vector<PlateStar>& identified,
                          std::span<const int32_t> formedBy);

@@ -11,6 +11,7 @@
 #include "comun/state/core_state.h"
 #include "comun/state/image_state.h"
 #include "comun/state/parameters_state.h"
+#include "comun/state/pattern_state.h"
 #include "comun/state/results_state.h"
 #include "comun/state/search_state.h"
 #include "comun/state/triangle_state.h"
@@ -27,6 +28,7 @@ struct Context : CoreState,
                  ParameterState,
                  ImageState,
                  SearchState,
+                 PatternState,
                  TriangleState,
                  CatalogState,
                  AstrometryState,

@@ -38,7 +38,9 @@ struct Attempt {
 
 // What the runs are told, once the command line and the header have been heard.
 struct RunPlan {
-    double scale = 0;
+    double scale = 0;                        // 0: unknown, and the pattern search runs alone
+    double patternLow = 0, patternHigh = 0;  // the scale range the pattern search may try
+    double patternRadius = 0;                // degrees around the position; 0: the whole sky
     std::optional<double> ra, dec;
     std::optional<double> window;    // degrees on a side
     std::vector<Attempt> attempts;   // in order, until one solves
@@ -52,13 +54,19 @@ std::string Text(double v, const char* picture) {
 }
 
 // The scale from the command line, else from the header; an error when there is none.
+// How far the pattern search strays from a scale given as one number: a user's or a header's scale is
+// seldom exact, and the patterns do not need it to be.
+constexpr double kGivenScaleSlack = 0.1, kHeaderScaleSlack = 0.25;
+
 std::string SettleScale(const SolveOptions& o, const HeaderHints& h, RunPlan& plan) {
+    double slack = kGivenScaleSlack;
     if (o.scale) {
         plan.scale = *o.scale;
     } else if (o.scaleLow) {
         plan.scale = (*o.scaleLow + *o.scaleHigh) / 2;
-        plan.notes.push_back("the scale range is searched at its middle, " + Text(plan.scale, "0.0000") +
-                             " arcsec per pixel");
+        plan.patternLow = *o.scaleLow, plan.patternHigh = *o.scaleHigh;
+        plan.notes.push_back("the scale range is searched at its middle by the database roads, " +
+                             Text(plan.scale, "0.0000") + " arcsec per pixel");
     } else if (o.fov) {
         const int width = h.width > 0 ? h.width : ImageSize(o.image).width;
         if (width <= 0) return "the width of " + o.image + " cannot be read for --fov";
@@ -67,11 +75,19 @@ std::string SettleScale(const SolveOptions& o, const HeaderHints& h, RunPlan& pl
                              " pixels: " + Text(plan.scale, "0.0000") + " arcsec per pixel");
     } else if (h.scale) {
         plan.scale = *h.scale;
+        slack = kHeaderScaleSlack;
         plan.notes.push_back("scale from the FITS header (" + h.scaleSource +
                              "): " + Text(plan.scale, "0.0000") + " arcsec per pixel");
+    } else if (o.patterns) {
+        plan.notes.push_back("the scale is unknown: the pattern search runs alone");
+        return "";
     } else {
         return "the image scale is unknown: give --scale, --scale-low/--scale-high or --fov (no scale "
                "keyword in the image header)";
+    }
+    if (plan.patternLow == 0) {
+        plan.patternLow = plan.scale * (1 - slack);
+        plan.patternHigh = plan.scale * (1 + slack);
     }
     return "";
 }
@@ -87,6 +103,7 @@ std::string SettlePosition(const SolveOptions& o, const HeaderHints& h, RunPlan&
                              Text(*h.dec, "0.0000"));
     }
     if (o.radius && !wholeSky) plan.window = 2 * *o.radius;
+    if (o.radius && !wholeSky && plan.ra) plan.patternRadius = *o.radius;
     if (o.database == 1 && !plan.ra)
         return "database 1 searches around a position: give --ra and --dec, or use database 2";
     return "";
@@ -98,6 +115,10 @@ std::string SettlePosition(const SolveOptions& o, const HeaderHints& h, RunPlan&
 // A parity not given costs a second run of each.
 void SettleAttempts(const SolveOptions& o, double fieldDegrees, RunPlan& plan) {
     constexpr double kNarrowField = 1.2;  // degrees: below, database 2 seldom finds triangles enough
+    if (plan.scale == 0) {
+        plan.attempts.push_back({2, false, false});
+        return;
+    }
     std::vector<int> databases;
     if (o.database)
         databases = {*o.database};
@@ -120,14 +141,21 @@ std::string AttemptText(const Attempt& a) {
     return t + (a.mirror ? ", mirrored" : ", not mirrored");
 }
 
-void ApplyPlan(Context& c, const SolveOptions& o, const RunPlan& plan, const Attempt& attempt) {
+void ApplyPlan(Context& c, const SolveOptions& o, const RunPlan& plan, const Attempt& attempt, bool first) {
     c.parametersForThisRunOnly = true;
+    // The pattern search tries both parities itself: it runs in the first attempt only.
+    c.gBusquedaPorPatrones = !o.patterns ? 0 : plan.scale == 0 ? 2 : first ? 1 : 0;
+    c.patternScaleLow = plan.patternLow, c.patternScaleHigh = plan.patternHigh;
+    c.patternRadius = plan.patternRadius;
+    c.scaleUnknown = plan.scale == 0;
     ExtraeNombreDeRuta(c, o.image);
     c.gOrigenImagen = 0;  // the image named, never a mailbox or a folder's newest
     c.gUmbralAutomatico = 1;
-    c.gSegundosPorPixelX = c.gSegundosPorPixelY = plan.scale;
-    c.gFocalEnPixeles = FocalDesdeEscala(plan.scale);
-    CalculaValoresDerivados(c);
+    if (plan.scale > 0) {
+        c.gSegundosPorPixelX = c.gSegundosPorPixelY = plan.scale;
+        c.gFocalEnPixeles = FocalDesdeEscala(plan.scale);
+        CalculaValoresDerivados(c);
+    }
     if (o.angle) c.gAnguloImagen = GradosEntre0y360(*o.angle);
     c.gImagenInvertida = attempt.mirror ? 1 : 0;
     c.gMostrarAvisos = 0;  // no questions: the turning window would offer its angle as the new one
@@ -184,8 +212,8 @@ void PrintJson(const Outcome& r, std::ostream& out) {
         out << ", \"ra_deg\": null, \"dec_deg\": null, \"scale_arcsec\": null, \"angle_deg\": null"
             << ", \"mirror\": " << (r.mirror ? "true" : "false") << ", \"sides\": 0";
     }
-    out << ", \"database\": " << r.database << ", \"seconds\": " << JsonNumber(r.seconds)
-        << ", \"message\": " << JsonString(r.message) << "}\n";
+    out << ", \"database\": " << r.database << ", \"road\": " << JsonString(r.road)
+        << ", \"seconds\": " << JsonNumber(r.seconds) << ", \"message\": " << JsonString(r.message) << "}\n";
 }
 
 void PrintLine(const Outcome& r, std::ostream& out) {
@@ -215,6 +243,7 @@ void PrintSolveOutcome(const SolveOutcome& r, std::ostream& out) {
         << "Angle:    " << Text(r.angle, "0.00") << " degrees\n"
         << "Mirror:   " << (r.mirror ? "yes" : "no") << "\n"
         << "Sides:    " << r.sides << "\n"
+        << "Search:   " << r.road << "\n"
         << "Time:     " << Text(r.seconds, "0.00") << " s\n";
 }
 
@@ -255,6 +284,7 @@ Outcome Collect(const Context& c, const ConsolePlatform& platform, bool timedOut
     r.mirror = c.gImagenInvertida == 1;
     r.sides = c.gLadosSolucion;
     r.database = c.gBaseDatos;
+    if (r.solved) r.road = c.patternSolution ? "patterns" : c.gBaseDatos == 1 ? "distances" : "triangles";
     r.width = c.gPixelesX, r.height = c.gPixelesY;
     r.message = platform.ResultLabel();
     if (timedOut && !r.solved) r.message = "stopped after the time limit of " + ShortestText(*limit) + " s";
@@ -263,7 +293,7 @@ Outcome Collect(const Context& c, const ConsolePlatform& platform, bool timedOut
 }
 
 // One run on the program folder; `error` is set when the set-up or the files stand in the way.
-SolveResult Run(const SolveOptions& o, const RunPlan& plan, const Attempt& attempt,
+SolveResult Run(const SolveOptions& o, const RunPlan& plan, const Attempt& attempt, bool first,
                 std::optional<double> timeout, const std::function<bool()>& stopWanted) {
     SolveResult result;
     const std::string home = CarpetaDelPrograma();
@@ -289,7 +319,7 @@ SolveResult Run(const SolveOptions& o, const RunPlan& plan, const Attempt& attem
         if (c.gAnalizando) c.gDetenerAnalisis = true;
         if (signal == SIGTERM || !c.gAnalizando) c.mProgramaTerminado = true;
     });
-    Form_Load(c, "8", [&](Context& ctx) { ApplyPlan(ctx, o, plan, attempt); });
+    Form_Load(c, "8", [&](Context& ctx) { ApplyPlan(ctx, o, plan, attempt, first); });
     bool timedOut = false;
     const auto start = std::chrono::steady_clock::now();
     RunAnalysis(c, platform, timers, timeout, stopWanted, timedOut, stopped);
@@ -325,7 +355,7 @@ SolveResult RunAttempts(const SolveOptions& o, const RunPlan& plan, std::vector<
         if (std::find(missing.begin(), missing.end(), a.database) != missing.end()) continue;
         std::optional<double> left = o.timeout;
         if (left) left = std::max(0.0, *left - std::chrono::duration<double>(Clock::now() - start).count());
-        result = Run(o, plan, a, left, stopWanted);
+        result = Run(o, plan, a, &a == &plan.attempts.front(), left, stopWanted);
         if (result.kind == SolveError::Setup && !o.database) {
             notes.push_back("database " + std::to_string(a.database) + ": " + result.error);
             missing.push_back(a.database);
@@ -361,6 +391,8 @@ SolveResult SolveImage(const SolveOptions& o, std::vector<std::string>& notes,
     if (result.error.empty()) {
         const ImageSides sides = hints.width > 0 ? ImageSides{hints.width, hints.height} : ImageSize(o.image);
         SettleAttempts(o, plan.scale * std::max(sides.width, sides.height) / 3600, plan);
+        if (plan.scale == 0 && plan.patternRadius == 0 && plan.ra)
+            plan.notes.push_back("with no scale the position is not used unless --radius bounds the search");
     }
     notes = plan.notes;
     if (!result.error.empty()) return result;

@@ -19,6 +19,7 @@ struct SolveOutcome {
     double seconds = 0;      // wall time of the run
     bool mirror = false;
     int sides = 0, database = 0;
+    std::string road;           // "patterns", "distances" or "triangles": the search that solved
     int width = 0, height = 0;  // image pixels
     std::string message;        // the result label, or why there is no solution
 };

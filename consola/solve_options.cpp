@@ -18,10 +18,13 @@ const char* const kSolveHelp = R"(Usage: tornel-cli solve IMAGE [OPTIONS]
 Solves one image (FITS, JPG, PNG, TIFF, BMP) and prints where it points. The options act for this run
 only: param.txt is read for the folders and the search settings, and is never changed.
 
-Scale (one of them; else the FITS header's, else the command refuses):
-  --scale ARCSEC          arc seconds per pixel                         --scale 1.54
+Scale (one of them, else the FITS header's; with none the pattern search runs alone, which needs
+the pattern index of tornel-db):
+  --scale ARCSEC          arc seconds per pixel; the patterns try 10 % about it (25 % about a
+                          header's)                                     --scale 1.54
   --scale-low ARCSEC --scale-high ARCSEC
-                          a range; searched at its middle for now       --scale-low 1.4 --scale-high 1.7
+                          a range: the patterns try it whole, the database roads its middle
+                                                                        --scale-low 1.4 --scale-high 1.7
   --fov DEG               image width in degrees                        --fov 0.44
 Orientation:
   --angle DEG             the image angle expected; without it database 1
@@ -32,13 +35,17 @@ Orientation:
                           unmirrored first, whatever param.txt says)    --no-mirror
 Position (else the FITS header's; with none the whole sky is searched):
   --ra RA --dec DEC       degrees, or HH:MM:SS and +DD:MM:SS            --ra 03:47:00 --dec +24:07:00
-  --radius DEG            search radius around it (default: half the window of param.txt;
-                          90 or more searches the whole sky)            --radius 3
+  --radius DEG            search radius around it (default: half the window of param.txt for
+                          the database roads, the whole sky for the patterns; 90 or more
+                          searches the whole sky)                       --radius 3
   --blind                 ignore any position and search the whole sky  --blind
 Search:
   --database N            only 1 (around a position) or only 2 (whole sky); default: with a
                           position, 1 then 2, but 2 first when no angle is given and the field
-                          is 1.2 degrees or wider; without a position, 2      --database 2
+                          is 1.2 degrees or wider; without a position, 2. The pattern search
+                          runs first for a field over 3 degrees or with no position, else
+                          after database 1 fails                        --database 2
+  --no-patterns           the database roads alone, no pattern search   --no-patterns
   --stars N               most star contours analysed, 5 to 1000        --stars 40
   --timeout S             stop after S seconds, not solved              --timeout 30
 Output:
@@ -55,10 +62,11 @@ The automatic threshold is always used.
 Examples:
   tornel-cli solve m42.fit --scale 1.54 --ra 83.82 --dec -5.39 --radius 3
   tornel-cli solve pleiades.jpg --fov 1.2 --blind --json
+  tornel-cli solve finder.jpg
   tornel-cli solve light.fit --quiet --wcs light.wcs
 
 Exit status: 0 solved; 1 not solved (or stopped by --timeout); 2 bad usage, an unreadable image,
-no scale, or folders and databases not found.
+no scale with --no-patterns, or folders and databases not found.
 )";
 
 std::optional<double> ParseNumber(const std::string& text) {
@@ -166,6 +174,10 @@ bool TakeFlag(SolveOptions& o, const std::string& a) {
         {"--blind", &SolveOptions::blind}, {"--json", &SolveOptions::json},
         {"--quiet", &SolveOptions::quiet}, {"--help", &SolveOptions::help},
         {"-h", &SolveOptions::help},       {"--verbose", &SolveOptions::verbose}};
+    if (a == "--no-patterns") {
+        o.patterns = false;
+        return true;
+    }
     if (a == "--mirror" || a == "--no-mirror") {
         o.mirror = a == "--mirror";
         return true;

@@ -19,6 +19,7 @@ struct SolveOptions {
     std::optional<double> ra, dec;              // degrees
     std::optional<double> radius;               // degrees
     bool blind = false;
+    bool patterns = true;  // --no-patterns: the database roads alone
     std::optional<int> database;
     std::optional<int> stars;
     std::optional<int> starsAtMost;  // a client's ceiling: lowers the parameters' count, never raises it

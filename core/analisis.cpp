@@ -5,6 +5,8 @@
 
 #include "automatizacion/buzon.h"
 #include "busqueda/busqueda.h"
+#include "busqueda/pattern_search.h"
+#include "catalogo/quad_index.h"
 #include "comun/clock.h"
 #include "comun/errors.h"
 #include "comun/files.h"
@@ -36,7 +38,29 @@ void ShowCentre(Context& c) {
                 "RA = " + ra + " DEC = " + dec);
 }
 
+// The database roads as they stand, on the database and zone of the parameters.
+void DatabaseRoads(Context& c);
+
 void SearchDispatch(Context& c) {
+    const bool patterns = c.gBusquedaPorPatrones != 0, first = PatternsGoFirst(c);
+    if (first) {
+        if (BusquedaPorPatrones(c)) return;
+        // The triangle road still knows narrow fields of an exact scale.
+        if (c.gDetenerAnalisis || c.gBusquedaPorPatrones == 2 || c.gBaseDatos != 2) {
+            c.mFinAnalisis = true;
+            return;
+        }
+        c.mFinAnalisis = false;
+    }
+    DatabaseRoads(c);
+    if (!patterns || first || c.gHaySolucion || c.gDetenerAnalisis ||
+        !FileExists(c.gCarpetaEstrellas + kQuadIndexFile))
+        return;
+    c.mFinAnalisis = false;
+    if (!BusquedaPorPatrones(c)) c.mFinAnalisis = true;
+}
+
+void DatabaseRoads(Context& c) {
     if (c.gBaseDatos == 2) {
         c.gZonaCielo = 3;
         BusquedaPorTriangulos(c);
@@ -164,6 +188,7 @@ void AnalizaImagen(Context& c) {
     WithTrap(c, "AnalizaImagen", [&] {
         c.gAnalizando = true;
         c.distanceRings.Clear();
+        c.patternSolution = false;
         c.gUltimoError.clear();
         c.mFinAnalisis = false;
         PoneTitulo(c, "TORNEL");

@@ -264,7 +264,12 @@ const PairSpec kPairs[kParameterPairs] = {
          if (c.gFactorReduccion != 2 && c.gFactorReduccion != 4) c.gFactorReduccion = 1;
      },
      [](Context& c) -> std::string { return IntText(c.gFactorReduccion); }},
-    {" ", nullptr, [](Context&) -> std::string { return ""; }},
+    // Files written before the pattern search have this pair empty: the search is on for them too.
+    {" 1 = Pattern search when the database roads fail or can not work",
+     [](Context& c, ReadState&, const std::string& v) {
+         c.gBusquedaPorPatrones = Trim(v).empty() ? 1 : (TextToLong(v) != 0 ? 1 : 0);
+     },
+     [](Context& c) -> std::string { return IntText(c.gBusquedaPorPatrones); }},
     {" ", nullptr, [](Context&) -> std::string { return ""; }},
     {" ", nullptr, [](Context&) -> std::string { return ""; }},
     {" ", nullptr, [](Context&) -> std::string { return ""; }},

@@ -2,6 +2,7 @@
 #include <cstdint>
 #include <string>
 
+#include "busqueda/pattern_search.h"
 #include "comun/errors.h"
 #include "comun/numbers.h"
 #include "imagen/imagen.h"
@@ -38,7 +39,7 @@ void DeterminaRectanguloDeAnalisis(Context& c) {
             c.gYMin = 1;
             c.gYMax = c.gPixelesY;
         }
-        if (!c.mSoloExtraer && (c.gAreaImagen == 0 || c.gAreaImagen == 1)) {
+        if (!c.mSoloExtraer && !PatternsGoFirst(c) && (c.gAreaImagen == 0 || c.gAreaImagen == 1)) {
             // A wide field is analysed only in its central part: the database resolves small fields.
             double half = c.gLadoMaximoGrados / (2.0 * c.gGradosPorPixel);
             if ((c.gXMax - c.gXMin) * c.gGradosPorPixel > c.gLadoMaximoGrados) {

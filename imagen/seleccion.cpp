@@ -11,10 +11,13 @@ namespace tornel {
 
 namespace {
 
+constexpr double kTwinPixels = 2;
+
 // Marks the fainter of every pair closer than the database can resolve; on a tie the later goes.
 void DropClosePairs(Context& c) {
     if (c.gGradosPorPixel == 0) Raise(kErrDivisionByZero);
-    const double limit = c.gSeparacionMinima / c.gGradosPorPixel;
+    // With no scale known the catalogue's resolution means nothing in pixels: only twins go.
+    const double limit = c.scaleUnknown ? kTwinPixels : c.gSeparacionMinima / c.gGradosPorPixel;
     const double limit2 = limit * limit;
     const auto n = static_cast<size_t>(c.mNumCandidatas);
     for (size_t i = 1; i < n; ++i)

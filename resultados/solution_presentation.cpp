@@ -198,4 +198,11 @@ void Tri_PresentaSolucion(Context& c) {
     if (!c.gSolucionSegura) AvisoSolucionNoSegura(c);
 }
 
+void PresentaSolucionPatrones(Context& c) {
+    if (c.mFinAnalisis) return;
+    ShowCentre(c, c.gLadosSolucion);
+    DibujaBrujula(c);
+    if (!c.gSolucionSegura) AvisoSolucionNoSegura(c);
+}
+
 }  // namespace tornel

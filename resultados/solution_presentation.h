@@ -34,6 +34,9 @@ void Dist_PresentaSolucion(Context& c, int32_t indice, int32_t lados);
 // gHaySolucion, then the same labels, lines and drawings as the distance road. Without gSolucionOK,
 // "No solution" in the result label.
 void Tri_PresentaSolucion(Context& c);
+// The pattern search's presentation of the plate in Cij with gLadosSolucion sides: raises
+// gHaySolucion, the labels, lines and compass of the other roads, and the warning for an unsafe one.
+void PresentaSolucionPatrones(Context& c);
 // The catalogue identifier beside each identified star of mSolucion, on the overlay.
 void Tri_EscribeIDsEstrellas(Context& c);
 // The catalogue identifier beside each identified star of solution `indice`, on the overlay.

@@ -100,22 +100,24 @@ TEST(SolveFieldProgram, ScaleUnitsCancelAndEarlierAnswers) {
         {{plain, "-u", "app", "-L", "1", "-H", "2", "--frobnicate", "--foo=3", "-p", "--match", "none",
           "--depth", "20,30", "-N", "none", "--objs", "5000"},
          {"ignored the unknown option --frobnicate", "ignored the unknown option --foo=3",
-          "--objs 5000 taken as 1000", "searched at its middle, 1.5000 arcsec per pixel"}},
+          "--objs 5000 taken as 1000",
+          "searched at its middle by the database roads, 1.5000 arcsec per pixel"}},
         {{plain, "--scale-units", "arcsecperpix", "--scale-low", "1.2", "--scale-high", "1.2"},
-         {"searched at its middle, 1.2000 arcsec per pixel"}},
+         {"searched at its middle by the database roads, 1.2000 arcsec per pixel"}},
         // Widths over the image's 500 pixels; degrees are the units when none are given.
         {{plain, "-u", "amw", "-L", "10", "-H", "20"},
          {"-L/-H in arc minutes over 500 pixels: 1.2000 to 2.4000 arcsec per pixel",
-          "searched at its middle, 1.8000"}},
-        {{plain, "-u", "aw", "-L", "10", "-H", "20"}, {"searched at its middle, 1.8000"}},
+          "searched at its middle by the database roads, 1.8000"}},
+        {{plain, "-u", "aw", "-L", "10", "-H", "20"},
+         {"searched at its middle by the database roads, 1.8000"}},
         {{plain, "-u", "dw", "-L", "0.2", "-H", "0.3"},
          {"-L/-H in degrees over 500 pixels: 1.4400 to 2.1600 arcsec per pixel"}},
         {{plain, "--scale-low", "0.2", "--scale-high", "0.3"}, {"1.4400 to 2.1600 arcsec per pixel"}},
-        {{plain, "-u", "degwidth", "-H", "0.25"}, {"searched at its middle, 1.8000"}},
+        {{plain, "-u", "degwidth", "-H", "0.25"}, {"searched at its middle by the database roads, 1.8000"}},
         {{sensor, "-u", "focalmm", "-L", "900", "-H", "1100"}, {focal}},
         // No pixel size: the header has no scale either.
         {{plain, "-u", "focalmm", "-L", "900", "-H", "1100"},
-         {"-u focalmm needs the pixel size", "the image scale is unknown"}},
+         {"-u focalmm needs the pixel size", "the scale is unknown"}},
     };
     for (const auto& k : cases) {
         const testing::ProgramRun r = SolveField(home, k.args);

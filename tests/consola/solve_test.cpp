@@ -84,7 +84,7 @@ TEST(SolveCommand, BadCommandLinesAreRefusedWithTheirReason) {
         {{image, "--scale", "1", "--blind", "--database", "1"}, "--blind searches the whole sky"},
         {{image, "--scale", "1", "--database", "1"}, "database 1 searches around a position"},
         {{image, "second.fit", "--scale", "1"}, "one IMAGE only"},
-        {{image}, "the image scale is unknown"},
+        {{image, "--no-patterns"}, "the image scale is unknown"},
         {{home.File("missing.fit"), "--scale", "1"}, "cannot read the image"},
         {{home.Path(), "--scale", "1"}, "cannot read the image"},
     };
@@ -122,7 +122,10 @@ TEST(SolveCommand, HeaderHintsChooseTheScaleAndTheSearch) {
         {{"CD1_1   = -0.0005", "CD2_1   = 0.0"}, {}, "(CD1_1/CD2_1): 1.8000 arcsec per pixel", 2},
         // The command line wins over the header; --blind drops the header's position.
         {{"RA      = 83.8200", "DEC     = -5.3900", "SCALE   = 9.0"}, {"--scale", "2", "--blind"}, "", 2},
-        {{}, {"--scale-low", "1", "--scale-high", "2"}, "searched at its middle, 1.5000 arcsec per pixel", 2},
+        {{},
+         {"--scale-low", "1", "--scale-high", "2"},
+         "searched at its middle by the database roads, 1.5000 arcsec per pixel",
+         2},
         {{}, {"--fov", "0.5"}, "--fov 0.5 over 500 pixels: 3.6000 arcsec per pixel", 2},
         {{}, {"--scale", "2", "--ra", "05:35:17", "--dec", "-05:23:28", "--radius", "120"}, "", 2},
     };

@@ -138,8 +138,8 @@ fit
 1
          61--------- Display image un-zoomed 1, 2, 4 times
 1
-         62--------- 
-
+         62--------- 1 = Pattern search when the database roads fail or can not work
+1
          63--------- 
 
          64--------- 

@@ -69,7 +69,8 @@ class GeneratedSkyTest : public ::testing::Test {
 
     void SetUp() override { Build(1); }
 
-    void Build(int32_t base) {
+    // The database of road `base`; the pattern index only when asked for, so that the road is tried alone.
+    void Build(int32_t base, bool quads = false) {
         database = home.MakeFolder("database");
         home.MakeFolder("messages");
         db::BuildInputs inputs;
@@ -78,6 +79,7 @@ class GeneratedSkyTest : public ::testing::Test {
         db::BuildOptions options;
         options.database1 = base == 1;
         options.database2 = base == 2;
+        options.quads = quads;
         baseDatos = base;
         std::string error;
         QuietPlatform quiet;

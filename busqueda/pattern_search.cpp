@@ -1,0 +1,453 @@
+#include "busqueda/pattern_search.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <numbers>
+
+#include "astrometria/plate_model.h"
+#include "busqueda/solution_choice.h"
+#include "busqueda/star_grid.h"
+#include "busqueda/verification.h"
+#include "catalogo/field_stars.h"
+#include "catalogo/quad_index.h"
+#include "comun/errors.h"
+#include "comun/files.h"
+#include "comun/numbers.h"
+#include "imagen/imagen.h"
+#include "resultados/resumen.h"
+#include "resultados/solution_presentation.h"
+#include "resultados/status_files.h"
+
+namespace tornel {
+
+namespace {
+
+constexpr double kDegree = std::numbers::pi / 180;
+// The brightest image stars that make quads: C(40, 4) = 91390 quads at most.
+constexpr size_t kQuadStars = 40;
+// Quads smaller than this (pixels) have codes that centroid errors blur past any tolerance.
+constexpr double kLeastQuadPixels = 20;
+// Code tolerance: the error of a code is about sqrt 2 times the position error over |AB|; positions
+// err by a pixel or so, and a wide lens adds its distortion.
+constexpr double kPositionError = 1.5;
+constexpr double kLeastTolerance = 0.006, kMostTolerance = 0.025;
+// The quick check: the brightest image stars, and the brightest catalogue stars in view.
+constexpr size_t kCheckImageStars = 120, kCheckCatalogueStars = 80;
+// Image stars that two detections of one star may stand apart.
+constexpr double kSameStar = 1.5;
+// Fields narrower or wider than these (degrees across) are not considered.
+constexpr double kNarrowestField = 0.1, kWidestField = 120;
+// Fields wider than this (degrees, the longer side at the parameters' scale) go to the pattern search
+// first: the distance road analyses only the central half degree, and a wide field shows too few
+// stars there at the scale it must know exactly.
+constexpr double kWidestFieldForDistances = 3;
+// How often the search lets other work run (a stop, the time limit, the caption).
+constexpr double kYieldSeconds = 0.02;
+
+struct ImageStar {
+    double x = 0, y = 0, brillo = 0;
+};
+
+// The candidates and the fainter stars kept for verification, square pixels, brightest first; a star
+// found twice is kept once.
+std::vector<ImageStar> PatternStars(const Context& c) {
+    std::vector<ImageStar> all;
+    const auto candidates =
+        std::min<size_t>(static_cast<size_t>(std::max(c.mNumCandidatas, 0)),
+                         c.mEstrellasCuadradas.empty() ? 0 : c.mEstrellasCuadradas.size() - 1);
+    for (size_t k = 1; k <= candidates; ++k) {
+        const EstrellaImagen& e = c.mEstrellasCuadradas[k];
+        all.push_back({e.x, e.y, e.brillo});
+    }
+    const double ratio = c.gRelacionPixel > 0 ? c.gRelacionPixel : 1;
+    for (const EstrellaImagen& e : c.verificationStars)
+        all.push_back({e.x, e.y / ratio, e.brillo});
+    std::stable_sort(all.begin(), all.end(),
+                     [](const ImageStar& a, const ImageStar& b) { return a.brillo > b.brillo; });
+    std::vector<ImageStar> kept;
+    for (const ImageStar& s : all)
+        if (std::none_of(kept.begin(), kept.end(),
+                         [&](const ImageStar& k) { return std::hypot(k.x - s.x, k.y - s.y) < kSameStar; }))
+            kept.push_back(s);
+    return kept;
+}
+
+double HalfDiagonal(const Context& c) {
+    return std::hypot(c.gAnchoImagen, c.gAltoImagen) / 2;
+}
+
+// The index level whose stars, in a field of `area` square degrees, number about `wanted`: a level
+// keeps about 12 stars per square of its least size, as many as the catalogue has.
+size_t LevelForStars(const QuadIndex& index, double area, double wanted) {
+    size_t best = 0;
+    for (size_t l = 0; l < index.Levels().size(); ++l)
+        if (12 * area / (index.Levels()[l].low * index.Levels()[l].low) >= wanted) best = l;
+    return best;
+}
+
+struct Match {
+    size_t image = 0;
+    uint32_t star = 0;
+    double distance = 0;
+};
+
+class Search {
+  public:
+    Search(Context& c, const QuadIndex& index) : c_(c), index_(index) {}
+
+    bool Run();
+
+  private:
+    bool TryQuad(const std::array<size_t, 4>& members);
+    bool TryHit(const Quad& quad, const std::array<size_t, 4>& members, const QuadHit& hit, size_t level);
+    std::vector<Match> MatchField(size_t level, size_t catalogueStars, size_t imageStars, double radius);
+    bool Verify(size_t level, const std::array<uint32_t, 4>& quadStars);
+    void Publish(const Verification& v);
+    bool TimeToStop();
+    double RequiredOdds() const;
+
+    Context& c_;
+    const QuadIndex& index_;
+    std::vector<ImageStar> stars_;
+    std::vector<std::array<double, 2>> checkStars_;
+    std::vector<QuadHit> hits_;
+    std::chrono::steady_clock::time_point start_, lastYield_;
+    bool stop_ = false;
+    double fieldLow_ = kNarrowestField, fieldHigh_ = kWidestField;  // degrees across the diagonal
+    int32_t refused_ = 0;
+};
+
+bool Search::TimeToStop() {
+    const auto now = std::chrono::steady_clock::now();
+    if (std::chrono::duration<double>(now - lastYield_).count() >= kYieldSeconds) {
+        lastYield_ = now;
+        c_.platform.DoEvents();
+        const double spent = std::chrono::duration<double>(now - start_).count();
+        if (c_.patternTimeLimit > 0 && spent > c_.patternTimeLimit) {
+            const std::string t = FormatNumber(c_.patternTimeLimit, "0.0");
+            ParaResumen(c_, "Búsqueda por patrones: límite de tiempo de " + t + " s alcanzado.",
+                        "Recherche par motifs: limite de temps de " + t + " s atteinte.",
+                        "Pattern search: time limit of " + t + " s reached.");
+            stop_ = true;
+        }
+        const std::string n = std::to_string(c_.patternHypotheses), s = FormatNumber(spent, "0.0");
+        VisuTitulo(c_, " Buscando patrones: " + n + " hipótesis, " + s + " s ",
+                   " Recherche de motifs: " + n + " hypothèses, " + s + " s ",
+                   " Searching patterns: " + n + " hypotheses, " + s + " s ");
+    }
+    if (c_.gDetenerAnalisis || c_.mFinAnalisis) stop_ = true;
+    return stop_;
+}
+
+double Search::RequiredOdds() const {
+    if (!(c_.patternRadius > 0)) return kLog10OddsWholeSky;
+    // A circle of the radius, widened by the field, is all the sky the search looks at.
+    const double r = std::min(180.0, c_.patternRadius + fieldHigh_ / 2) * kDegree;
+    const double area = 2 * std::numbers::pi * (1 - std::cos(r)) / (kDegree * kDegree);
+    return std::clamp(kLog10OddsWholeSky - std::log10(kWholeSkySquareDegrees / area), kLog10OddsTurningWindow,
+                      kLog10OddsWholeSky);
+}
+
+bool Search::Run() {
+    start_ = lastYield_ = std::chrono::steady_clock::now();
+    FindVerificationStars(c_);  // while the extraction's image is still there
+    stars_ = PatternStars(c_);
+    if (stars_.size() < 4) {
+        ParaResumen(c_, "Búsqueda por patrones: menos de 4 estrellas.",
+                    "Recherche par motifs: moins de 4 étoiles.", "Pattern search: fewer than 4 stars.");
+        return false;
+    }
+    for (size_t k = 0; k < std::min(stars_.size(), kCheckImageStars); ++k)
+        checkStars_.push_back({stars_[k].x, stars_[k].y});
+    // The field across the diagonal that the scale hints allow.
+    const double diagonal = 2 * HalfDiagonal(c_);
+    if (c_.patternScaleLow > 0 && c_.patternScaleHigh >= c_.patternScaleLow) {
+        fieldLow_ = std::max(fieldLow_, diagonal * c_.patternScaleLow / 3600);
+        fieldHigh_ = std::min(fieldHigh_, diagonal * c_.patternScaleHigh / 3600);
+    }
+    const size_t n = std::min(stars_.size(), kQuadStars);
+    for (size_t d = 3; d < n; ++d)
+        for (size_t a = 0; a < d; ++a)
+            for (size_t b = a + 1; b < d; ++b)
+                for (size_t e = b + 1; e < d; ++e) {
+                    if (TimeToStop()) return false;
+                    if (TryQuad({a, b, e, d})) return true;
+                    if (c_.mFinAnalisis) return false;
+                }
+    return false;
+}
+
+bool Search::TryQuad(const std::array<size_t, 4>& members) {
+    std::array<PlanePoint, 4> points;
+    for (size_t k = 0; k < 4; ++k)
+        points[k] = {stars_[members[k]].x, stars_[members[k]].y};
+    Quad quad;
+    if (!MakeQuad(points, quad) || quad.diameter < kLeastQuadPixels) return false;
+    const double tolerance =
+        std::clamp(std::numbers::sqrt2 * kPositionError / quad.diameter * 2, kLeastTolerance, kMostTolerance);
+    // Levels whose quads, at this size in pixels, give a field the hints allow.
+    const double diagonal = 2 * HalfDiagonal(c_);
+    for (const Quad& q : {quad, MirroredQuad(quad)}) {
+        for (size_t level = 0; level < index_.Levels().size(); ++level) {
+            const QuadLevel& l = index_.Levels()[level];
+            if (l.high * diagonal / quad.diameter < fieldLow_ ||
+                l.low * diagonal / quad.diameter > fieldHigh_)
+                continue;
+            hits_.clear();
+            index_.Lookup(level, q.code, tolerance, hits_, 64);
+            ++c_.patternLookups;
+            for (const QuadHit& hit : hits_) {
+                if (TryHit(q, members, hit, level)) return true;
+                if (c_.mFinAnalisis) return false;
+            }
+        }
+    }
+    return false;
+}
+
+bool Search::TryHit(const Quad& quad, const std::array<size_t, 4>& members, const QuadHit& hit,
+                    size_t level) {
+    ++c_.patternHypotheses;
+    // The image stars as A, B, C, D of the quad, tied to the catalogue's A, B, C, D.
+    std::vector<PlateStar> tied;
+    for (size_t k = 0; k < 4; ++k) {
+        const ImageStar& s = stars_[members[static_cast<size_t>(quad.order[k])]];
+        const IndexStar star = index_.Star(hit.stars[k]);
+        tied.push_back({s.x, s.y, star.ra, star.dec});
+    }
+    const double angle = AngularDistance(tied[0].ra, tied[0].dec, tied[1].ra, tied[1].dec);
+    const double focal = FocalForAngle(tied[0].x, tied[0].y, tied[1].x, tied[1].y, c_.gAnchoImagen / 2,
+                                       c_.gAltoImagen / 2, angle);
+    if (!(focal >= 1) || focal > 2e9) return false;
+    const double field = 2 * std::atan(HalfDiagonal(c_) / focal) / kDegree;
+    if (field < fieldLow_ || field > fieldHigh_) return false;
+    if (c_.patternRadius > 0 && AngularDistance(c_.gCentroBusquedaRA, c_.gCentroBusquedaDEC, tied[0].ra,
+                                                tied[0].dec) > c_.patternRadius + field / 2)
+        return false;
+    c_.gFocalEnPixeles = static_cast<int32_t>(std::lround(focal));
+    RotatePlate(c_, tied);
+    if (c_.mFinAnalisis) return false;
+    // The four stars themselves must land where they are: the code matched, now the shape in pixels.
+    const PlateInverse inverse = InvertPlate(c_.Cij);
+    for (const PlateStar& s : tied) {
+        double x = 0, y = 0;
+        if (!SkyToPixel(c_, inverse, s.ra, s.dec, x, y) ||
+            std::hypot(x - s.x, y - s.y) > 0.02 * quad.diameter + 2)
+            return false;
+    }
+    // A quick look at the brightest stars of the field before the whole check.
+    const double radius = std::clamp(0.004 * 2 * HalfDiagonal(c_), 2.0, 6.0);
+    const std::vector<Match> quick = MatchField(level, kCheckCatalogueStars, checkStars_.size(), radius);
+    int32_t others = 0;
+    for (const Match& m : quick)
+        if (std::find(hit.stars.begin(), hit.stars.end(), m.star) == hit.stars.end()) ++others;
+    const double area = c_.gAnchoImagen * c_.gAltoImagen;
+    const double p = std::min(1.0, checkStars_.size() * std::numbers::pi * radius * radius / area);
+    if (others < 3 || Log10BinomialTail(static_cast<int32_t>(kCheckCatalogueStars), others, p) < 3)
+        return false;
+    // The plate refitted on every star matched, twice, then the whole check.
+    for (int pass = 0; pass < 2; ++pass) {
+        std::vector<Match> matches = MatchField(level, 2 * kCheckCatalogueStars,
+                                                std::min(stars_.size(), 2 * kCheckImageStars), radius);
+        if (matches.size() < 6) return false;
+        std::vector<PlateStar> fit;
+        for (const Match& m : matches) {
+            const IndexStar s = index_.Star(m.star);
+            fit.push_back({stars_[m.image].x, stars_[m.image].y, s.ra, s.dec});
+        }
+        RefinePlate(c_, fit);
+        if (c_.mFinAnalisis) return false;
+    }
+    return Verify(level, hit.stars);
+}
+
+// Pairs of the brightest `catalogueStars` index stars in view and the brightest `imageStars` image
+// stars within `radius` pixels, one to one, through the plate in Cij.
+std::vector<Match> Search::MatchField(size_t level, size_t catalogueStars, size_t imageStars, double radius) {
+    CoordenadasImagenAesfericas(c_, c_.gAnchoImagen / 2, c_.gAltoImagen / 2);
+    const double ra = c_.mRAconvertida, dec = c_.mDECconvertida;
+    const double scale = PlateScaleAtCentre(c_) / 3600;
+    const double halfField = std::min(89.0, std::atan(HalfDiagonal(c_) * scale * kDegree) / kDegree * 1.05);
+    const double area = 4 * halfField * halfField / 2;
+    std::vector<uint32_t> near;
+    index_.StarsNear(std::min(level, LevelForStars(index_, area, 3.0 * catalogueStars)), ra, dec, halfField,
+                     near);
+    std::stable_sort(near.begin(), near.end(),
+                     [&](uint32_t a, uint32_t b) { return index_.Star(a).mag < index_.Star(b).mag; });
+    std::vector<std::array<double, 2>> image;
+    for (size_t k = 0; k < std::min(imageStars, stars_.size()); ++k)
+        image.push_back({stars_[k].x, stars_[k].y});
+    const StarGrid grid(image, radius);
+    const PlateInverse inverse = InvertPlate(c_.Cij);
+    struct Pair {
+        double d;
+        size_t image;
+        uint32_t star;
+    };
+    std::vector<Pair> pairs;
+    size_t tested = 0;
+    for (uint32_t n : near) {
+        if (tested >= catalogueStars) break;
+        const IndexStar s = index_.Star(n);
+        double x = 0, y = 0;
+        if (!SkyToPixel(c_, inverse, s.ra, s.dec, x, y) || x < 0 || y < 0 || x > c_.gAnchoImagen ||
+            y > c_.gAltoImagen)
+            continue;
+        ++tested;
+        grid.Near(x, y, [&](size_t k, double d) {
+            if (d <= radius) pairs.push_back({d, k, n});
+        });
+    }
+    std::sort(pairs.begin(), pairs.end(), [](const Pair& a, const Pair& b) { return a.d < b.d; });
+    std::vector<Match> matches;
+    std::vector<char> imageUsed(image.size(), 0);
+    std::vector<uint32_t> starsUsed;
+    for (const Pair& p : pairs) {
+        if (imageUsed[p.image] || std::find(starsUsed.begin(), starsUsed.end(), p.star) != starsUsed.end())
+            continue;
+        imageUsed[p.image] = 1;
+        starsUsed.push_back(p.star);
+        matches.push_back({p.image, p.star, p.d});
+    }
+    return matches;
+}
+
+bool Search::Verify(size_t level, const std::array<uint32_t, 4>& quadStars) {
+    ++c_.patternVerifications;
+    FindVerificationStars(c_);
+    const int32_t imageStars =
+        std::min<int32_t>(kMaxVerificationStars,
+                          std::max(c_.mNumCandidatas, 0) + static_cast<int32_t>(c_.verificationStars.size()));
+    const double radius = std::clamp(0.004 * 2 * HalfDiagonal(c_), 2.0, 6.0);
+    const std::vector<Match> matches =
+        MatchField(level, static_cast<size_t>(std::max(imageStars, 30)), stars_.size(), radius);
+    CandidateStars candidate;
+    for (const Match& m : matches) {
+        const IndexStar s = index_.Star(m.star);
+        candidate.identified.push_back({stars_[m.image].x, stars_[m.image].y, s.ra, s.dec});
+    }
+    candidate.formedBy.assign(quadStars.begin(), quadStars.end());
+    // The catalogue side: the brightest index stars in view, as many as the image has stars.
+    CoordenadasImagenAesfericas(c_, c_.gAnchoImagen / 2, c_.gAltoImagen / 2);
+    const double scale = PlateScaleAtCentre(c_) / 3600;
+    const double halfField = std::min(89.0, std::atan(HalfDiagonal(c_) * scale * kDegree) / kDegree * 1.05);
+    std::vector<uint32_t> near;
+    index_.StarsNear(std::min(level, LevelForStars(index_, 2 * halfField * halfField, 3.0 * imageStars)),
+                     c_.mRAconvertida, c_.mDECconvertida, halfField, near);
+    std::stable_sort(near.begin(), near.end(),
+                     [&](uint32_t a, uint32_t b) { return index_.Star(a).mag < index_.Star(b).mag; });
+    std::vector<CatalogueStar> field;
+    const PlateInverse inverse = InvertPlate(c_.Cij);
+    for (uint32_t n : near) {
+        if (field.size() >= static_cast<size_t>(std::max(imageStars, 30))) break;
+        const IndexStar s = index_.Star(n);
+        double x = 0, y = 0;
+        if (!SkyToPixel(c_, inverse, s.ra, s.dec, x, y) || x < 0 || y < 0 || x > c_.gAnchoImagen ||
+            y > c_.gAltoImagen)
+            continue;
+        field.push_back({static_cast<int32_t>(n), s.ra, s.dec});
+    }
+    const Verification v = VerifyPlateAgainst(c_, candidate, field, RequiredOdds());
+    if (c_.mFinAnalisis) return false;
+    if (!v.accepted) {
+        ++refused_;
+        return false;
+    }
+    Publish(v);
+    return true;
+}
+
+void Search::Publish(const Verification& v) {
+    const int32_t sides = v.matched;
+    c_.patternSolution = true;
+    c_.gLadosSolucion = sides;
+    c_.gSolucionOK = true;
+    c_.gSolucionSegura = sides >= kLeastSidesSafe;
+    CoordenadasImagenAesfericas(c_, c_.gAnchoImagen / 2, c_.gAltoImagen / 2);
+    if (c_.mFinAnalisis) return;
+    const double ra = c_.mRAconvertida, dec = c_.mDECconvertida;
+    PublishSolutionCentre(c_, ra, dec, sides);
+    PublishImageAngle(c_);
+    const std::string n = std::to_string(c_.patternHypotheses);
+    ParaResumen(c_, "Patrones: solución tras " + n + " hipótesis",
+                "Motifs: solution après " + n + " hypothèses",
+                "Patterns: solution after " + n + " hypotheses");
+    ReportVerification(c_, v);
+    c_.lastVerification = v;
+    GrabaTornelPos(c_, 1, sides);
+    GrabaTornelSta(c_, kEstadoSolucion, sides);
+    PresentaSolucionPatrones(c_);
+    SynchroniseAndWriteWcs(c_);
+}
+
+}  // namespace
+
+double FocalForAngle(double ax, double ay, double bx, double by, double halfWidth, double halfHeight,
+                     double angle) {
+    const double px = ax - halfWidth, py = ay - halfHeight, qx = bx - halfWidth, qy = by - halfHeight;
+    const double target = angle * kDegree;
+    if (!(target > 0) || target >= std::numbers::pi) return 0;
+    // The angle between (p, f) and (q, f) falls as f grows: bisection on the logarithm.
+    auto angleAt = [&](double f) {
+        const double cx = py * f - f * qy, cy = f * qx - px * f, cz = px * qy - py * qx;
+        return std::atan2(std::sqrt(cx * cx + cy * cy + cz * cz), px * qx + py * qy + f * f);
+    };
+    double lo = 1e-3, hi = 1e10;
+    if (angleAt(lo) < target || angleAt(hi) > target) return 0;
+    for (int k = 0; k < 100 && hi / lo > 1 + 1e-12; ++k) {
+        const double mid = std::sqrt(lo * hi);
+        (angleAt(mid) > target ? lo : hi) = mid;
+    }
+    return std::sqrt(lo * hi);
+}
+
+bool PatternsGoFirst(const Context& c) {
+    if (c.gBusquedaPorPatrones == 2) return true;
+    // A database built without the index leaves the database roads as they were.
+    if (c.gBusquedaPorPatrones != 1 || !FileExists(c.gCarpetaEstrellas + kQuadIndexFile)) return false;
+    const double field =
+        std::max(c.gPixelesX * c.gSegundosPorPixelX, c.gPixelesY * c.gSegundosPorPixelY) / 3600;
+    return !(c.gBaseDatos == 1 && c.gZonaCielo == 1 && field <= kWidestFieldForDistances);
+}
+
+bool AbrePatrones(Context& c) {
+    const std::string path = c.gCarpetaEstrellas + kQuadIndexFile;
+    if (c.quadIndex && c.quadIndex->Path() == path) return true;
+    auto index = std::make_shared<QuadIndex>();
+    std::string error;
+    if (!index->Open(path, error)) {
+        c.quadIndex.reset();
+        ParaResumen(c, "Búsqueda por patrones imposible: " + error,
+                    "Recherche par motifs impossible: " + error, "No pattern search: " + error);
+        return false;
+    }
+    c.quadIndex = std::move(index);
+    return true;
+}
+
+bool BusquedaPorPatrones(Context& c) {
+    if (c.mFinAnalisis || c.gDetenerAnalisis) return false;
+    bool solved = false;
+    WithTrap(c, "BusquedaPorPatrones", [&] {
+        if (!AbrePatrones(c)) return;
+        ParaResumen(c, "      ** PATRONES **", "      ** MOTIFS **", "      ** PATTERNS **");
+        c.patternLookups = c.patternHypotheses = c.patternVerifications = 0;
+        const int32_t focal = c.gFocalEnPixeles;
+        const PlateMatrix plate = c.Cij;
+        Search search(c, *c.quadIndex);
+        solved = search.Run();
+        if (!solved) {
+            // The run's scale stays the user's: the focal length tried last was only a guess.
+            c.gFocalEnPixeles = focal;
+            c.Cij = plate;
+            const std::string n = std::to_string(c.patternHypotheses);
+            ParaResumen(c, "Patrones: ninguna solución tras " + n + " hipótesis.",
+                        "Motifs: aucune solution après " + n + " hypothèses.",
+                        "Patterns: no solution after " + n + " hypotheses.");
+        }
+    });
+    return solved;
+}
+
+}  // namespace tornel
