@@ -8,12 +8,14 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <utility>
 
 namespace tornel {
 
 namespace {
 
 constexpr double kStoredSteps = 65535;
+constexpr double kDegree = 3.14159265358979323846 / 180;
 
 template <class T>
 T Load(const unsigned char* p) {
@@ -38,6 +40,10 @@ void Arrange(std::vector<StoredQuad>& quads, size_t lo, size_t hi, int depth) {
 uint16_t CodeToStored(double v) {
     const double q = std::round((v - kCodeLow) / kCodeSpan * kStoredSteps);
     return static_cast<uint16_t>(std::clamp(q, 0.0, kStoredSteps));
+}
+
+int32_t StarZone(float dec, double low) {
+    return static_cast<int32_t>(std::floor((static_cast<double>(dec) + 90) / low));
 }
 
 double StoredToCode(uint16_t q) {
@@ -180,22 +186,53 @@ void QuadIndex::Lookup(size_t level, const QuadCode& code, double tolerance, std
 
 void QuadIndex::StarsNear(size_t level, double ra, double dec, double radius,
                           std::vector<uint32_t>& out) const {
+    const double cosRadius = std::cos(radius * kDegree);
+    const double sd = std::sin(dec * kDegree), cd = std::cos(dec * kDegree);
+    // Half the right ascension that the circle spans at its widest, or all of it around a pole.
+    double halfWidth = 180;
+    if (dec + radius < 90 && dec - radius > -90) {
+        const double edge = std::max(std::fabs(dec - radius), std::fabs(dec + radius));
+        const double s = std::sin(radius * kDegree) / std::cos(edge * kDegree);
+        if (s < 1) halfWidth = std::asin(s) / kDegree;
+    }
     for (size_t l = level; l < levels_.size(); ++l) {
         const QuadLevel& g = levels_[l];
-        // The group is sorted by declination: the first star not below dec - radius.
-        uint64_t lo = 0, hi = g.stars;
-        while (lo < hi) {
-            const uint64_t mid = lo + (hi - lo) / 2;
-            if (Star(static_cast<uint32_t>(g.firstStar + mid)).dec < dec - radius)
-                lo = mid + 1;
-            else
-                hi = mid;
-        }
-        for (uint64_t k = lo; k < g.stars; ++k) {
-            const auto n = static_cast<uint32_t>(g.firstStar + k);
-            const IndexStar s = Star(n);
-            if (s.dec > dec + radius) break;
-            if (AngularDistance(ra, dec, s.ra, s.dec) <= radius) out.push_back(n);
+        auto key = [&](uint64_t k) {
+            const IndexStar s = Star(static_cast<uint32_t>(g.firstStar + k));
+            return std::make_pair(StarZone(s.dec, g.low), s.ra);
+        };
+        auto scan = [&](int32_t zone, double from, double to) {
+            uint64_t lo = 0, hi = g.stars;
+            while (lo < hi) {
+                const uint64_t mid = lo + (hi - lo) / 2;
+                if (key(mid) < std::make_pair(zone, static_cast<float>(from)))
+                    lo = mid + 1;
+                else
+                    hi = mid;
+            }
+            for (uint64_t k = lo; k < g.stars; ++k) {
+                const auto n = static_cast<uint32_t>(g.firstStar + k);
+                const IndexStar s = Star(n);
+                if (StarZone(s.dec, g.low) != zone || s.ra > to) break;
+                const double d = s.dec * kDegree;
+                if (sd * std::sin(d) + cd * std::cos(d) * std::cos((s.ra - ra) * kDegree) >= cosRadius)
+                    out.push_back(n);
+            }
+        };
+        const int32_t first = StarZone(static_cast<float>(std::max(-90.0, dec - radius)), g.low);
+        const int32_t last = StarZone(static_cast<float>(std::min(90.0, dec + radius)), g.low);
+        for (int32_t z = first; z <= last; ++z) {
+            if (halfWidth >= 180) {
+                scan(z, -1, 361);
+            } else if (ra - halfWidth < 0) {
+                scan(z, -1, ra + halfWidth);
+                scan(z, ra - halfWidth + 360, 361);
+            } else if (ra + halfWidth >= 360) {
+                scan(z, ra - halfWidth, 361);
+                scan(z, -1, ra + halfWidth - 360);
+            } else {
+                scan(z, ra - halfWidth, ra + halfWidth);
+            }
         }
     }
 }

@@ -11,9 +11,10 @@
 //   stars x     f32 ra, f32 dec (degrees J2000), f32 mag                                     (12 bytes)
 //   quads x     u16 code[4], u32 star[4] (A, B, C, D)                                        (24 bytes)
 // The stars of a level are those its quads were chosen among; a star chosen at a level is chosen at
-// every finer one. They are stored by the coarsest level that chose them, coarsest first, each group
-// sorted by declination; so the stars of level L are the groups of L and coarser, and a level's
-// "first star, stars" name its own group. The quads of a level form an implicit k-d tree over the
+// every finer one. They are stored by the coarsest level that chose them, coarsest first; so the stars
+// of level L are the groups of L and coarser, and a level's "first star, stars" name its own group.
+// A group is sorted by zone, then right ascension: zone = floor((dec + 90) / low) of its level, on
+// the stored values, so that a circle is read zone by zone and costs about what it holds. The quads of a level form an implicit k-d tree over the
 // code: the median of the range by axis depth % 4, the lower half before it, the upper after.
 #include <array>
 #include <cstddef>
@@ -35,6 +36,8 @@ inline constexpr size_t kQuadBytes = 24;
 inline constexpr double kCodeLow = -0.25, kCodeSpan = 1.5;
 
 uint16_t CodeToStored(double v);
+// The zone of a star of a group whose level's least size is `low` degrees.
+int32_t StarZone(float dec, double low);
 double StoredToCode(uint16_t q);
 
 struct IndexStar {

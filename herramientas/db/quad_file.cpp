@@ -134,13 +134,18 @@ std::string BuildQuadIndex(const std::vector<NumberedStar>& stars, const QuadCho
     });
     const std::vector<int32_t> chosen = ChooseStars(byMag, choice);
 
-    // The star table: by coarsest level, coarsest first, each group by declination.
+    // The star table: by coarsest level, coarsest first, each group by zone and right ascension.
     std::vector<int32_t> table;
     for (size_t i = 0; i < byMag.size(); ++i)
         if (chosen[i] >= 0) table.push_back(static_cast<int32_t>(i));
     std::stable_sort(table.begin(), table.end(), [&](int32_t a, int32_t b) {
         if (chosen[a] != chosen[b]) return chosen[a] > chosen[b];
-        return byMag[a].dec < byMag[b].dec;
+        const double low = LevelLow(choice, chosen[a]);
+        const auto ka =
+            std::make_pair(StarZone(static_cast<float>(byMag[a].dec), low), static_cast<float>(byMag[a].ra));
+        const auto kb =
+            std::make_pair(StarZone(static_cast<float>(byMag[b].dec), low), static_cast<float>(byMag[b].ra));
+        return ka < kb;
     });
     std::vector<uint32_t> tableNumber(byMag.size(), 0);
     for (size_t n = 0; n < table.size(); ++n)

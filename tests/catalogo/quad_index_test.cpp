@@ -1,0 +1,180 @@
+// The pattern index: codes that neither scale, turn, shift nor relabelling change, the mirror's code,
+// the k-d tree and the star zones of quads.bin against brute force, and files that must be refused.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+#include <random>
+#include <set>
+#include <string>
+
+#include "catalogo/quad_code.h"
+#include "catalogo/quad_index.h"
+#include "herramientas/db/quad_file.h"
+#include "tests/support/temp_folder.h"
+
+namespace tornel {
+namespace {
+
+std::array<PlanePoint, 4> RandomQuad(std::mt19937_64& rng) {
+    std::uniform_real_distribution<double> u(-100, 100);
+    return {{{u(rng), u(rng)}, {u(rng), u(rng)}, {u(rng), u(rng)}, {u(rng), u(rng)}}};
+}
+
+// The points turned by `angle`, scaled by `k`, shifted, and mirrored across the y axis when asked.
+std::array<PlanePoint, 4> Moved(const std::array<PlanePoint, 4>& p, double angle, double k, bool mirror) {
+    std::array<PlanePoint, 4> out;
+    for (size_t i = 0; i < 4; ++i) {
+        const double x = mirror ? -p[i].x : p[i].x, y = p[i].y;
+        out[i] = {k * (x * std::cos(angle) - y * std::sin(angle)) + 17,
+                  k * (x * std::sin(angle) + y * std::cos(angle)) - 5};
+    }
+    return out;
+}
+
+TEST(QuadCode, SameShapeSameCodeWhateverTheScaleTurnShiftOrOrder) {
+    std::mt19937_64 rng(3);
+    int32_t made = 0;
+    for (int trial = 0; trial < 2000; ++trial) {
+        const auto p = RandomQuad(rng);
+        Quad q;
+        if (!MakeQuad(p, q)) continue;
+        ++made;
+        EXPECT_LE(q.code[0], q.code[2]);
+        EXPECT_LE(q.code[0] + q.code[2], 1 + 1e-12);
+        const double angle = 0.3 * trial, k = 0.01 + trial % 7;
+        auto moved = Moved(p, angle, k, false);
+        std::array<PlanePoint, 4> shuffled = {moved[2], moved[0], moved[3], moved[1]};
+        Quad m;
+        ASSERT_TRUE(MakeQuad(shuffled, m));
+        EXPECT_LT(CodeDistance2(q.code, m.code), 1e-18);
+        EXPECT_NEAR(m.diameter, k * q.diameter, 1e-9 * k * q.diameter);
+        // The same stars get the same labels: A of one is A of the other.
+        const int32_t fromShuffled[4] = {1, 3, 0, 2};
+        for (size_t n = 0; n < 4; ++n)
+            EXPECT_EQ(fromShuffled[m.order[n]], q.order[n]);
+        // A mirror image has the code that MirroredQuad predicts.
+        Quad r;
+        ASSERT_TRUE(MakeQuad(Moved(p, angle, k, true), r));
+        EXPECT_LT(CodeDistance2(MirroredQuad(q).code, r.code), 1e-18);
+    }
+    EXPECT_GT(made, 300);  // a good share of random quads have C and D inside the circle on AB
+}
+
+TEST(QuadCode, QuadsWithAStarOutsideTheCircleOrStarsOnOnePointHaveNoCode) {
+    Quad q;
+    EXPECT_FALSE(MakeQuad({{{0, 0}, {10, 0}, {5, 6}, {5, 1}}}, q));  // (5, 6) lies outside the circle
+    EXPECT_FALSE(MakeQuad({{{1, 1}, {1, 1}, {1, 1}, {1, 1}}}, q));
+    EXPECT_TRUE(MakeQuad({{{0, 0}, {10, 0}, {5, 4}, {3, -1}}}, q));
+}
+
+class QuadFile : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        std::mt19937_64 rng(5);
+        std::uniform_real_distribution<double> u(0, 1);
+        // A sparse sky and a dense cap across right ascension 0.
+        for (int32_t k = 0; k < 20000; ++k) {
+            const bool cap = k % 2 == 0;
+            const double ra = cap ? std::fmod(358 + 4 * u(rng), 360) : 360 * u(rng);
+            const double dec = cap ? -2 + 4 * u(rng) : std::asin(2 * u(rng) - 1) * 180 / std::numbers::pi;
+            stars.push_back({k + 1, ra, dec, static_cast<float>(6 + 6 * u(rng))});
+        }
+        choice.firstLevel = 0.5;
+        choice.levels = 6;
+        db::QuadReport report;
+        bytes = db::BuildQuadIndex(stars, choice, report);
+        quads = report.quads;
+        path = folder.File("quads.bin");
+        folder.Write("quads.bin", bytes);
+    }
+    std::vector<db::NumberedStar> stars;
+    db::QuadChoice choice;
+    std::string bytes, path;
+    int64_t quads = 0;
+    testing::TempFolder folder;
+};
+
+TEST_F(QuadFile, LookupFindsExactlyTheQuadsWithinTheTolerance) {
+    QuadIndex index;
+    std::string error;
+    ASSERT_TRUE(index.Open(path, error)) << error;
+    ASSERT_EQ(index.Levels().size(), 6u);
+    ASSERT_GT(quads, 1000);
+    // Every quad, read back whole, to compare the tree's answers with.
+    std::vector<std::vector<QuadHit>> all(index.Levels().size());
+    for (size_t l = 0; l < index.Levels().size(); ++l)
+        index.Lookup(l, {0.5, 0.5, 0.5, 0.5}, 10, all[l], 1u << 30);
+    size_t total = 0;
+    for (const auto& level : all)
+        total += level.size();
+    EXPECT_EQ(static_cast<int64_t>(total), quads);
+    std::mt19937_64 rng(8);
+    std::uniform_real_distribution<double> u(-0.1, 1.1);
+    for (int trial = 0; trial < 200; ++trial) {
+        const size_t level = static_cast<size_t>(trial) % index.Levels().size();
+        const QuadCode q{u(rng), u(rng), u(rng), u(rng)};
+        std::vector<QuadHit> hits;
+        index.Lookup(level, q, 0.08, hits, 1u << 30);
+        std::set<std::array<uint32_t, 4>> found, expected;
+        for (const QuadHit& h : hits)
+            found.insert(h.stars);
+        // The hits lie within the tolerance, and none is missing: a lookup so wide that the tree
+        // prunes nothing is a linear scan, with each quad's distance from the query.
+        for (const QuadHit& h : hits)
+            EXPECT_LE(h.distance2, 0.08 * 0.08 + 1e-9);
+        std::vector<QuadHit> everything;
+        index.Lookup(level, q, 10, everything, 1u << 30);
+        EXPECT_EQ(everything.size(), all[level].size());
+        for (const QuadHit& h : everything)
+            if (h.distance2 <= 0.08 * 0.08) expected.insert(h.stars);
+        EXPECT_EQ(found, expected);
+    }
+}
+
+TEST_F(QuadFile, StarsNearAreTheStarsOfTheLevelWithinTheRadius) {
+    QuadIndex index;
+    std::string error;
+    ASSERT_TRUE(index.Open(path, error)) << error;
+    const struct {
+        double ra, dec, radius;
+    } circles[] = {{0.2, 0.5, 1.2}, {359.5, -1, 0.7}, {120, 40, 8}, {10, 88, 5}, {200, -89.5, 3}};
+    for (size_t level = 0; level < index.Levels().size(); level += 2)
+        for (const auto& k : circles) {
+            std::vector<uint32_t> near;
+            index.StarsNear(level, k.ra, k.dec, k.radius, near);
+            std::set<uint32_t> got(near.begin(), near.end()), want;
+            EXPECT_EQ(got.size(), near.size());  // each once
+            const uint64_t first = 0, last = index.Levels()[level].firstStar + index.Levels()[level].stars;
+            for (uint64_t n = first; n < last; ++n) {
+                const IndexStar s = index.Star(static_cast<uint32_t>(n));
+                if (AngularDistance(k.ra, k.dec, s.ra, s.dec) <= k.radius - 1e-6) want.insert(static_cast<uint32_t>(n));
+            }
+            for (uint32_t n : want)
+                EXPECT_TRUE(got.count(n)) << "level " << level << " star " << n << " at " << k.ra << " " << k.dec;
+        }
+}
+
+TEST_F(QuadFile, AFileThatDisagreesWithItselfIsRefusedWithItsName) {
+    QuadIndex index;
+    std::string error;
+    const auto refused = [&](const std::string& content, const std::string& why) {
+        folder.Write("bad.bin", content);
+        EXPECT_FALSE(index.Open(folder.File("bad.bin"), error)) << why;
+        EXPECT_NE(error.find(folder.File("bad.bin")), std::string::npos) << error;
+        EXPECT_FALSE(index.IsOpen());
+    };
+    refused(bytes.substr(0, bytes.size() - 24), "a quad short");
+    refused(bytes + std::string(24, '\0'), "a quad too many");
+    refused("TQUADS99" + bytes.substr(8), "another magic");
+    refused(bytes.substr(0, 10), "a header cut short");
+    std::string levels = bytes;
+    levels[8] = 0;  // no levels
+    refused(levels, "no levels");
+    EXPECT_FALSE(index.Open(folder.File("missing.bin"), error));
+    EXPECT_TRUE(index.Open(path, error)) << error;
+}
+
+}  // namespace
+}  // namespace tornel
