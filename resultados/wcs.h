@@ -22,12 +22,13 @@ void GrehacerCabeceraFits(Context& c);
 bool WriteWcsHeader(Context& c, const std::string& path);
 
 // The WCS block, 80-character cards ending in END: RA---TAN, or RA---TAN-SIP with its A, B, AP, BP
-// cards for a wide field that a fit to its matched stars can bend. `longitud` is its length in characters, or
-// -1 (north vector of zero length), -2 (declination 90), -3 (declination -90), -4 (not whole cards).
+// cards for a wide field that a fit to its matched stars can bend. `longitud` is its length in
+// characters, or -1 (north vector of zero length), -2 (declination 90), -3 (declination -90), -4 (not
+// whole cards).
 void FabricaCadenaWCS(Context& c, std::string& cadena, int32_t& longitud);
 
-// A card whose first eight characters name a WCS keyword (SIP ones included) becomes "COMMENT (**) " + card, cut to 79
-// characters and a blank; `modificada` tells whether it did.
+// A card whose first eight characters name a WCS keyword, SIP ones included, becomes
+// "COMMENT (**) " + card, cut to 79 characters and a blank; `modificada` tells whether it did.
 void CompruebaLineaWCS(std::string& linea, bool& modificada);
 
 // A card value: the general number text, "." for the decimal separator, "E" for the exponent,
