@@ -257,6 +257,7 @@ void PreparaNuevaImagen(Context& c) {
     c.platform.SetBusy(true);
     c.timers.TimerBuzon.Enabled = false;
     c.gHaySolucion = false;
+    c.matchedStars.clear();
     PoneLabelResultado(c, "");
     PoneTitulo(c, c.mTitulo);
     c.mEstrellasDesdeAnterior = 0;

@@ -136,6 +136,7 @@ void InicializaVariables(Context& c) {
     c.mFinAnalisis = false;
     c.gDetenerAnalisis = false;
     c.gHaySolucion = false;
+    c.matchedStars.clear();
     c.gImagenCargada = false;
     c.gZonaCielo = 1;
     double now = std::chrono::duration<double>(c.platform.Now().time_since_epoch()).count();

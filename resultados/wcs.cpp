@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <fstream>
 
+#include "astrometria/distortion.h"
 #include "astrometria/plate_model.h"
 #include "comun/errors.h"
 #include "comun/files.h"
@@ -24,6 +25,39 @@ constexpr size_t kBlockBytes = 2880;
 constexpr std::array<const char*, 15> kWcsKeywords = {
     "EQUINOX ", "LONPOLE ", "LATPOLE ", "CTYPE1  ", "CRPIX1  ", "CRVAL1  ", "CUNIT1  ", "CTYPE2  ",
     "CRPIX2  ", "CRVAL2  ", "CUNIT2  ", "CD1_1   ", "CD1_2   ", "CD2_1   ", "CD2_2   "};
+
+// A field wider than this (degrees, its longest side) gets its distortion written when its matched
+// stars can fix it: below, a lens's distortion stays within a pixel or so of the plain projection.
+constexpr double kLeastDistortedField = 2;
+
+// The SIP keywords: A_ORDER, B_ORDER, AP_ORDER, BP_ORDER, and A_p_q, B_p_q, AP_p_q, BP_p_q, whose
+// exponents go to p and q (-1 for the orders).
+bool SipKeyword(const std::string& card, int& p, int& q) {
+    if (card.size() < 8) return false;
+    std::string key = card.substr(0, 8);
+    key.erase(key.find_last_not_of(' ') + 1);
+    size_t at = 0;
+    for (const char* prefix : {"AP_", "BP_", "A_", "B_"})
+        if (key.rfind(prefix, 0) == 0) {
+            at = std::string(prefix).size();
+            break;
+        }
+    if (at == 0) return false;
+    const std::string rest = key.substr(at);
+    if (rest == "ORDER") {
+        p = q = -1;
+        return true;
+    }
+    const size_t bar = rest.find('_');
+    auto digits = [](const std::string& t) {
+        return !t.empty() && t.size() <= 2 && t.find_first_not_of("0123456789") == std::string::npos;
+    };
+    if (bar == std::string::npos || !digits(rest.substr(0, bar)) || !digits(rest.substr(bar + 1)))
+        return false;
+    p = std::stoi(rest.substr(0, bar));
+    q = std::stoi(rest.substr(bar + 1));
+    return true;
+}
 
 // A card text padded with blanks, or cut, to 80 characters.
 std::string Card(std::string text) {
@@ -93,9 +127,37 @@ double CentreRowInFile(const Context& c) {
     return c.gImagenInvertida == 1 ? c.gAltoImagen + 1 - c.gAltoImagen / 2 : c.gAltoImagen / 2;
 }
 
-std::string WcsBlock(const Context& c, const std::array<double, 4>& cd) {
-    std::string ra = DobleAcadenaFIT(c.gARJ2000), de = DobleAcadenaFIT(c.gDEJ2000);
+// What the block says: the projection's reference, its matrix and, for a distorted field, the model.
+struct WcsCards {
+    double crpix1 = 0, crpix2 = 0, crval1 = 0, crval2 = 0;
+    std::array<double, 4> cd{};
+    const SipModel* sip = nullptr;
+};
+
+// The cards of one SIP polynomial, `name` A, B, AP or BP, terms of total order `lowest` to `order`.
+std::string SipCards(const std::string& name, int order, int lowest, const SipTerms& terms,
+                     const std::string& what) {
+    std::string key = name + "_ORDER";
+    key.resize(8, ' ');
+    std::string cards = Card(key + "= " + DobleAcadenaFIT(order) + " / polynomial order, " + what);
+    for (int n = lowest; n <= order; ++n)
+        for (int q = 0; q <= n; ++q) {
+            const int p = n - q;
+            key = name + "_" + std::to_string(p) + "_" + std::to_string(q);
+            key.resize(8, ' ');
+            cards +=
+                Card(key + "= " + DobleAcadenaFIT(terms[static_cast<size_t>(p)][static_cast<size_t>(q)]));
+        }
+    return cards;
+}
+
+std::string WcsBlock(const WcsCards& w) {
+    std::string ra = DobleAcadenaFIT(w.crval1), de = DobleAcadenaFIT(w.crval2);
     const std::string matrix = " / transformation matrix (degrees) ";
+    const std::string ctype1 = w.sip ? "CTYPE1  = 'RA---TAN-SIP'       / TAN projection with SIP distortion"
+                                     : "CTYPE1  = 'RA---TAN'           / projection type";
+    const std::string ctype2 = w.sip ? "CTYPE2  = 'DEC--TAN-SIP'       / TAN projection with SIP distortion"
+                                     : "CTYPE2  = 'DEC--TAN'           / projection type";
     std::string block;
     for (const std::string& text : {
              std::string("COMMENT = Tornel is a telescope pointing tool, "),
@@ -103,22 +165,57 @@ std::string WcsBlock(const Context& c, const std::array<double, 4>& cd) {
              std::string("EQUINOX =               2000.0 / Equinox for coordinates"),
              std::string("LONPOLE =                180.0 / Native longitude of the celestial pole"),
              std::string("LATPOLE =                  0.0 / Native latitude of the celestial pole"),
-             std::string("CTYPE1  = 'RA---TAN'           / projection type"),
-             "CRPIX1  = " + DobleAcadenaFIT(c.gAnchoImagen / 2) + " / pixel coordinate x at reference point",
+             ctype1,
+             "CRPIX1  = " + DobleAcadenaFIT(w.crpix1) + " / pixel coordinate x at reference point",
              "CRVAL1  = " + ra + " / RA at image center",
              std::string("CUNIT1  = 'deg     '           / Unit of coordinate 1"),
-             std::string("CTYPE2  = 'DEC--TAN'           / projection type"),
-             "CRPIX2  = " + DobleAcadenaFIT(CentreRowInFile(c)) + " / pixel coordinate y at reference point",
+             ctype2,
+             "CRPIX2  = " + DobleAcadenaFIT(w.crpix2) + " / pixel coordinate y at reference point",
              "CRVAL2  = " + de + " / DEC at image center",
              std::string("CUNIT2  = 'deg     '           / Unit of coordinate 2"),
-             "CD1_1   = " + DobleAcadenaFIT(cd[0]) + matrix,
-             "CD1_2   = " + DobleAcadenaFIT(cd[1]) + matrix,
-             "CD2_1   = " + DobleAcadenaFIT(cd[2]) + matrix,
-             "CD2_2   = " + DobleAcadenaFIT(cd[3]) + matrix,
-             std::string("END"),
+             "CD1_1   = " + DobleAcadenaFIT(w.cd[0]) + matrix,
+             "CD1_2   = " + DobleAcadenaFIT(w.cd[1]) + matrix,
+             "CD2_1   = " + DobleAcadenaFIT(w.cd[2]) + matrix,
+             "CD2_2   = " + DobleAcadenaFIT(w.cd[3]) + matrix,
          })
         block += Card(text);
-    return block;
+    if (w.sip) {
+        const SipModel& m = *w.sip;
+        block += SipCards("A", m.order, 2, m.a, "pixel to sky, axis 1");
+        block += SipCards("B", m.order, 2, m.b, "pixel to sky, axis 2");
+        block += SipCards("AP", m.inverseOrder, 0, m.ap, "sky to pixel, axis 1");
+        block += SipCards("BP", m.inverseOrder, 0, m.bp, "sky to pixel, axis 2");
+    }
+    return block + Card("END");
+}
+
+// An image pixel (square pixels, rows as the engine reads them) in the pixels of the file: rows
+// stretched back by the pixel ratio, and counted from the other end for a reversed image.
+void InFileFrame(const Context& c, double x, double y, double& fileX, double& fileY) {
+    const double ratio = c.gRelacionPixel > 0 ? c.gRelacionPixel : 1;
+    fileX = x;
+    fileY = y * ratio;
+    if (c.gImagenInvertida == 1) fileY = c.gAltoImagen * ratio + 1 - fileY;
+}
+
+// The distortion of a field wider than kLeastDistortedField whose matched stars fix a model, in the
+// pixels of the file about the image centre; false when the plain projection stays.
+bool FieldDistortion(const Context& c, const std::array<double, 4>& cd, SipModel& model) {
+    const double side =
+        std::max(c.gAnchoImagen, c.gAltoImagen) * std::sqrt(std::fabs(cd[0] * cd[3] - cd[1] * cd[2]));
+    if (!(side > kLeastDistortedField) || c.matchedStars.size() < static_cast<size_t>(kSipLeastStars))
+        return false;
+    std::vector<SipStar> stars;
+    for (const MatchedStar& s : c.matchedStars) {
+        SipStar star{0, 0, s.ra, s.dec};
+        InFileFrame(c, s.x, s.y, star.x, star.y);
+        stars.push_back(star);
+    }
+    double centreX = 0, centreY = 0;
+    InFileFrame(c, c.gAnchoImagen / 2, c.gAltoImagen / 2, centreX, centreY);
+    const double height = c.gAltoImagen * (c.gRelacionPixel > 0 ? c.gRelacionPixel : 1);
+    return FitSip(stars, centreX, centreY, c.gARJ2000, c.gDEJ2000, c.gAnchoImagen, height, model) ==
+           kSipFitted;
 }
 
 // The header rewrite over 80-byte records; a partial record at the end of the source is dropped.
@@ -194,14 +291,18 @@ void RewriteWithBlock(const std::string& ruta, const std::string& temp, const st
 }
 
 // A card of the block with its number brought from the pixels of a binned image to those of the file:
-// image pixel i covers file pixels b (i - 1) + 1 to b i.
+// image pixel i covers file pixels b (i - 1) + 1 to b i, so offsets grow b times and a SIP term of
+// total order n, itself an offset, takes a factor b^(1 - n).
 std::string InFilePixels(const std::string& card, int32_t b) {
-    bool crpix = card.compare(0, 5, "CRPIX") == 0, cd = card.compare(0, 2, "CD") == 0;
-    if (!crpix && !cd) return card;
+    int p = 0, q = 0;
+    const bool crpix = card.compare(0, 5, "CRPIX") == 0, cd = card.compare(0, 2, "CD") == 0;
+    const bool sip = SipKeyword(card, p, q) && p >= 0;
+    if (!crpix && !cd && !sip) return card;
     size_t comment = card.find(" /", 10);
-    double v = std::stod(card.substr(10, comment - 10));
-    v = crpix ? b * v - (b - 1) / 2.0 : v / b;
-    return Card(card.substr(0, 10) + DobleAcadenaFIT(v) + card.substr(comment));
+    double v = std::stod(card.substr(10, comment == std::string::npos ? std::string::npos : comment - 10));
+    v = crpix ? b * v - (b - 1) / 2.0 : cd ? v / b : v * std::pow(b, 1 - p - q);
+    return Card(card.substr(0, 10) + DobleAcadenaFIT(v) +
+                (comment == std::string::npos ? "" : card.substr(comment)));
 }
 
 // A FITS header of no data holding the solution's cards, in the pixels of the file.
@@ -239,13 +340,11 @@ std::string DobleAcadenaFIT(double valor) {
 }
 
 void CompruebaLineaWCS(std::string& linea, bool& modificada) {
-    modificada = false;
-    for (const char* keyword : kWcsKeywords) {
-        if (linea.compare(0, 8, keyword) != 0) continue;
-        linea = ("COMMENT (**) " + linea).substr(0, 79) + " ";
-        modificada = true;
-        return;
-    }
+    int p = 0, q = 0;
+    modificada = SipKeyword(linea, p, q);
+    for (const char* keyword : kWcsKeywords)
+        modificada = modificada || linea.compare(0, 8, keyword) == 0;
+    if (modificada) linea = ("COMMENT (**) " + linea).substr(0, 79) + " ";
 }
 
 void FabricaCadenaWCS(Context& c, std::string& cadena, int32_t& longitud) {
@@ -266,9 +365,18 @@ void FabricaCadenaWCS(Context& c, std::string& cadena, int32_t& longitud) {
             longitud = -3;
             return;
         }
-        std::array<double, 4> cd = CdMatrix(v);
+        WcsCards cards{c.gAnchoImagen / 2, CentreRowInFile(c), c.gARJ2000, c.gDEJ2000, CdMatrix(v)};
         fp.Check();
-        std::string block = WcsBlock(c, cd);
+        SipModel sip;
+        if (FieldDistortion(c, cards.cd, sip)) {
+            cards = {sip.crpix1,
+                     sip.crpix2,
+                     sip.crval1,
+                     sip.crval2,
+                     {sip.cd[0][0], sip.cd[0][1], sip.cd[1][0], sip.cd[1][1]},
+                     &sip};
+        }
+        std::string block = WcsBlock(cards);
         if (block.size() % kCard != 0) {
             longitud = -4;
             return;

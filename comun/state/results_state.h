@@ -2,6 +2,7 @@
 // State of what leaves the program: the solution, the summary and the window caption.
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace tornel {
 
@@ -16,6 +17,13 @@ struct Verification {
     bool accepted = false;
 };
 
+// An image star of the solution and the catalogue star it matched: x, y in the engine's square pixels
+// (the frame of PlateStar), ra, dec in degrees J2000.
+struct MatchedStar {
+    double x = 0, y = 0;
+    double ra = 0, dec = 0;
+};
+
 struct ResultsState {
     // The solution of the last analysis.
     bool gHaySolucion = false;
@@ -27,6 +35,7 @@ struct ResultsState {
     double gRAsolucion = 0, gDECsolucion = 0;  // J2000 centre of the last solution, degrees
     double measuredScale = 0;                  // of the last solution's plate, arcsec per pixel
     Verification lastVerification;             // of the last solution announced
+    std::vector<MatchedStar> matchedStars;  // the solution's image stars and the catalogue stars they matched
 
     // The search summary (lines end in CR LF), the caption in force and the developers' hook.
     std::string mResumen;

@@ -60,11 +60,15 @@ TEST_F(Run, FailedStageClosesAsPositionNotFound) {
     c.gBasesOK = true;
     bool ended = false;
     c.events.AvisoTerminado = [&] { ended = true; };
+    // An earlier solution's stars must not reach the WCS of this one.
+    c.gHaySolucion = true;
+    c.matchedStars = {{10, 20, 30, 40}};
     AnalisisGeneral(c);
     EXPECT_EQ(p.platform.LastLabel(), "Position not found.");
     EXPECT_FALSE(c.mFinAnalisis);
     EXPECT_FALSE(c.gAnalizando);
     EXPECT_FALSE(c.gHaySolucion);
+    EXPECT_TRUE(c.matchedStars.empty());
     EXPECT_TRUE(ended);
     ASSERT_GE(p.platform.summary.size(), 2u);
     EXPECT_EQ(p.platform.summary[p.platform.summary.size() - 2].rfind("Ended: ", 0), 0u);

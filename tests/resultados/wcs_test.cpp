@@ -17,6 +17,7 @@
 #include "tests/support/astropy_wcs.h"
 #include "tests/support/generated_sky.h"
 #include "tests/support/test_program.h"
+#include "tests/support/wide_camera.h"
 
 namespace tornel {
 namespace {
@@ -340,6 +341,196 @@ TEST(WcsBeside, TheImageStaysAsItIsAndItsCardsGoBeside) {
                 (p.Scale() / b);
             EXPECT_LT(filePixels, 0.05) << "pixel " << checked[i][0] << ", " << checked[i][1];
         }
+    }
+}
+
+// A wide field solved with its matched stars: the camera of 4000 x 3000 file pixels, seen by the engine
+// in square pixels (rows divided by the pixel ratio, read from the other end when reversed, binned b
+// times by the reader), its plate fitted as a road fits it, a similarity to the stars.
+struct WideProgram : TestProgram {
+    struct Frame {
+        bool reversed = false;
+        double ratio = 1;
+        int32_t binning = 1;
+    } frame;
+    testing::WideCamera camera;
+
+    explicit WideProgram(Frame f, double across = 40, int stars = 300) : frame(f) {
+        c.gPixelesX = 4000 / f.binning;
+        c.gPixelesY = 3000 / f.binning;
+        c.gRelacionPixel = f.ratio;
+        c.gImagenInvertida = f.reversed ? 1 : 0;
+        c.imageBinning = f.binning;
+        c.gAnchoImagen = c.gPixelesX;
+        c.gAltoImagen = c.gPixelesY / f.ratio;
+        camera.ra0 = 250, camera.dec0 = 50, camera.roll = 30;
+        camera.width = c.gAnchoImagen, camera.height = c.gAltoImagen, camera.across = across;
+        c.gFocalEnPixeles = static_cast<int32_t>(camera.Focal());
+        c.matchedStars = camera.Stars<MatchedStar>(stars, 0.1);
+        std::vector<PlateStar> plate;
+        for (const MatchedStar& s : c.matchedStars)
+            plate.push_back({s.x, s.y, s.ra, s.dec});
+        RotatePlate(c, plate);
+        CoordenadasImagenAesfericas(c, c.gAnchoImagen / 2, c.gAltoImagen / 2);
+        c.gARJ2000 = c.mRAconvertida;
+        c.gDEJ2000 = c.mDECconvertida;
+        c.gHaySolucion = true;
+    }
+    // The camera's sky at a pixel of the file.
+    void Sky(double fileX, double fileY, double& ra, double& dec) const {
+        const double b = frame.binning;
+        double x = (fileX + (b - 1) / 2) / b, y = (fileY + (b - 1) / 2) / b;
+        if (frame.reversed) y = c.gPixelesY + 1 - y;
+        camera.Sky(x, y / frame.ratio, ra, dec);
+    }
+    // The centre, the corners and the middles of the sides, in pixels of the file.
+    static std::vector<std::array<double, 2>> Checked() {
+        return {{2000, 1500}, {1, 1},    {4000, 1},    {1, 3000},   {4000, 3000},
+                {2000, 1},    {1, 1500}, {4000, 1500}, {2000, 3000}};
+    }
+    // The worst distance (pixels of the camera) between the camera's sky and astropy's reading of
+    // `file` at the checked pixels; the header must raise no warning.
+    double WorstOnSky(const std::string& file, int& sipOrder) {
+        AstropyReading written = Astropy(file, Checked(), "--strict");
+        sipOrder = written.sipOrder;
+        double worst = 0;
+        for (size_t i = 0; i < Checked().size() && i < written.sky.size(); ++i) {
+            double ra = 0, dec = 0;
+            Sky(Checked()[i][0], Checked()[i][1], ra, dec);
+            worst = std::max(
+                worst, SeparationDegrees(ra, dec, written.sky[i][0], written.sky[i][1]) / camera.Scale());
+        }
+        return written.sky.size() == Checked().size() ? worst : 1e9;
+    }
+};
+
+// The SIP cards carry the lens: astropy's reading of the written header follows the camera to the
+// corners and back from the sky through AP, BP, where the plain projection misses by many pixels, in
+// the file's own pixels whether the image was reversed, of oblong pixels or binned.
+TEST(WcsDistortion, AWideLensIsWrittenWithSipThatAstropyFollows) {
+    for (const WideProgram::Frame frame : {WideProgram::Frame{false, 1, 1}, WideProgram::Frame{true, 1.25, 1},
+                                           WideProgram::Frame{false, 1, 2}}) {
+        SCOPED_TRACE(std::to_string(frame.reversed) + " " + std::to_string(frame.ratio) + " " +
+                     std::to_string(frame.binning));
+        WideProgram p(frame);
+        ASSERT_FALSE(p.c.mFinAnalisis);
+        const std::string file = p.home.File("field.wcs");
+        ASSERT_TRUE(WriteWcsHeader(p.c, file));
+        const std::string header = p.home.Read("field.wcs");
+        EXPECT_NE(header.find(Card("CTYPE1  = 'RA---TAN-SIP'       / TAN projection with SIP distortion")),
+                  std::string::npos);
+        EXPECT_NE(
+            header.find(Card("A_ORDER = 3                    / polynomial order, pixel to sky, axis 1")),
+            std::string::npos);
+        int order = 0;
+        EXPECT_LT(p.WorstOnSky(file, order), 0.2);
+        EXPECT_EQ(order, 3);
+
+        std::vector<std::array<double, 2>> sky;
+        for (const auto& px : WideProgram::Checked()) {
+            double ra = 0, dec = 0;
+            p.Sky(px[0], px[1], ra, dec);
+            sky.push_back({ra, dec});
+        }
+        AstropyReading back = Astropy(file, sky, "--sky --strict");
+        ASSERT_EQ(back.sky.size(), sky.size());
+        EXPECT_GE(back.inverseOrder, 4);
+        if (frame.binning == 1) {
+            EXPECT_EQ(back.crpixX, 2000);
+            EXPECT_EQ(back.crpixY, frame.reversed ? 1501 : 1500);
+        }
+        for (size_t i = 0; i < sky.size(); ++i)
+            EXPECT_LT(std::hypot(back.sky[i][0] - WideProgram::Checked()[i][0],
+                                 (back.sky[i][1] - WideProgram::Checked()[i][1]) / frame.ratio),
+                      0.2 * frame.binning)
+                << "pixel " << i;
+
+        p.c.matchedStars.clear();
+        ASSERT_TRUE(WriteWcsHeader(p.c, file));
+        EXPECT_GT(p.WorstOnSky(file, order), 10);
+        EXPECT_EQ(order, 0);
+    }
+}
+
+// Only a wide field whose stars can fix the model gets it; any other keeps the plain cards, byte for
+// byte, and nothing fails.
+TEST(WcsDistortion, NarrowFieldsAndUnfitStarsKeepThePlainCards) {
+    auto block = [](Context& c) {
+        std::string cadena;
+        int32_t longitud = 0;
+        FabricaCadenaWCS(c, cadena, longitud);
+        EXPECT_FALSE(c.mFinAnalisis);
+        return cadena;
+    };
+    auto plain = [&](WideProgram& p) {
+        std::string with = block(p.c);
+        p.c.matchedStars.clear();
+        EXPECT_EQ(with, block(p.c));
+        EXPECT_EQ(with.size(), 18u * 80);
+    };
+    WideProgram narrow({}, 1.8);
+    plain(narrow);
+    WideProgram few({}, 40, 9);
+    plain(few);
+    WideProgram line({});
+    for (size_t i = 0; i < line.c.matchedStars.size(); ++i) {
+        MatchedStar& s = line.c.matchedStars[i];
+        s.x = 10 + 13.0 * static_cast<double>(i), s.y = 10 + 9.0 * static_cast<double>(i);
+        line.camera.Sky(s.x, s.y, s.ra, s.dec);
+    }
+    plain(line);
+    WideProgram wide({});
+    EXPECT_EQ(block(wide.c).find("CTYPE1  = 'RA---TAN'"), std::string::npos);
+}
+
+// An earlier distortion in a rewritten header is commented out with the rest of the earlier WCS, so
+// that no stale term bends the new plain projection; the new SIP cards take their place.
+TEST(WcsDistortion, EarlierSipCardsBecomeComments) {
+    for (const char* sip : {"A_ORDER = 3", "B_ORDER = 3", "AP_ORDER= 4", "BP_ORDER= 4", "A_2_0   = 1E-06",
+                            "B_1_2   = 2E-10", "AP_0_0  = 0.1", "BP_10_1 = 0", "CTYPE1  = 'RA---TAN-SIP'"}) {
+        std::string card = Card(sip);
+        bool modificada = false;
+        CompruebaLineaWCS(card, modificada);
+        EXPECT_TRUE(modificada) << sip;
+        EXPECT_EQ(card, Card(std::string("COMMENT (**) ") + sip)) << sip;
+    }
+    for (const char* other : {"A_2_0A  = 1", "APERTURE= 'f/2'", "B_DMAX  = 1", "A_2_    = 1", "BSCALE  = 1",
+                              "AP_X_1  = 1", "A_ORDERS= 3"}) {
+        std::string card = Card(other);
+        bool modificada = true;
+        CompruebaLineaWCS(card, modificada);
+        EXPECT_FALSE(modificada) << other;
+    }
+
+    const std::vector<std::string> earlier = {
+        "CTYPE1  = 'RA---TAN-SIP'",       "CTYPE2  = 'DEC--TAN-SIP'",       "A_ORDER =                    2",
+        "A_2_0   =                1E-06", "B_ORDER =                    2", "B_0_2   =               -1E-06",
+        "AP_ORDER=                    2", "AP_2_0  =               -1E-06", "BP_ORDER=                    2",
+        "BP_0_2  =                1E-06"};
+    std::vector<std::string> cards = {"SIMPLE  =                    T", "BITPIX  =                    8",
+                                      "NAXIS   =                    2", "NAXIS1  =                   40",
+                                      "NAXIS2  =                   30"};
+    cards.insert(cards.end(), earlier.begin(), earlier.end());
+    const std::string data = DataBytes(1200) + std::string(kBlock - 1200, '\0');
+    for (bool withStars : {false, true}) {
+        SCOPED_TRACE(withStars ? "SIP" : "TAN");
+        WideProgram p({});
+        if (!withStars) p.c.matchedStars.clear();
+        ExtraeNombreDeRuta(p.c, p.home.Write("image.fit", FitsBytes(cards, data)));
+        GrehacerCabeceraFits(p.c);
+        ASSERT_FALSE(p.c.mFinAnalisis);
+        const std::string out = p.home.Read("image.fit");
+        const std::string header = Header(out);
+        ASSERT_FALSE(header.empty());
+        EXPECT_EQ(out.substr(header.size()), data);
+        const std::vector<std::string> written = Cards(header, 5, earlier.size() + 1);
+        for (size_t i = 0; i < earlier.size(); ++i)
+            EXPECT_EQ(written[i], Card("COMMENT (**) " + earlier[i]));
+        EXPECT_EQ(written.back(), Card("COMMENT = WCS coordinates modified by Tornel:"));
+        int order = -1;
+        const double worst = p.WorstOnSky(p.c.gRutaImagen, order);
+        EXPECT_EQ(order, withStars ? 3 : 0);
+        EXPECT_LT(worst, withStars ? 0.2 : 1e3);
     }
 }
 

@@ -12,10 +12,12 @@
 
 namespace tornel::testing {
 
-// astropy's reading of a file: sky positions of FITS pixels, the reference pixel and the scale.
+// astropy's reading of a file: sky positions of FITS pixels (or, with --sky, the pixels of sky
+// positions), the reference pixel, the scale and the orders of the SIP polynomials (0 without).
 struct AstropyReading {
     std::vector<std::array<double, 2>> sky;
     double crpixX = 0, crpixY = 0, scale = 0;
+    int sipOrder = 0, inverseOrder = 0;
 };
 
 inline AstropyReading Astropy(const std::string& file, const std::vector<std::array<double, 2>>& pixels,
@@ -39,7 +41,7 @@ inline AstropyReading Astropy(const std::string& file, const std::vector<std::ar
         r.sky.push_back(s);
     }
     std::string word;
-    in >> word >> r.crpixX >> r.crpixY >> word >> r.scale;
+    in >> word >> r.crpixX >> r.crpixY >> word >> r.scale >> word >> r.sipOrder >> r.inverseOrder;
     EXPECT_TRUE(in) << text;
     return r;
 }
