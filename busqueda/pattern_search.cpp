@@ -158,6 +158,9 @@ bool Search::Run() {
                     "Recherche par motifs: moins de 4 étoiles.", "Pattern search: fewer than 4 stars.");
         return false;
     }
+    const std::string count = std::to_string(stars_.size());
+    ParaResumen(c_, "Patrones: " + count + " estrellas de la imagen",
+                "Motifs: " + count + " étoiles de l'image", "Patterns: " + count + " image stars");
     for (size_t k = 0; k < std::min(stars_.size(), kCheckImageStars); ++k)
         checkStars_.push_back({stars_[k].x, stars_[k].y});
     // The field across the diagonal that the scale hints allow.
@@ -354,6 +357,9 @@ bool Search::Verify(size_t level, const std::array<uint32_t, 4>& quadStars) {
         ++refused_;
         return false;
     }
+    c_.matchedStars.clear();
+    for (const PlateStar& s : candidate.identified)
+        c_.matchedStars.push_back({s.x, s.y, s.ra, s.dec});
     Publish(v);
     return true;
 }
@@ -441,10 +447,11 @@ bool BusquedaPorPatrones(Context& c) {
             // The run's scale stays the user's: the focal length tried last was only a guess.
             c.gFocalEnPixeles = focal;
             c.Cij = plate;
-            const std::string n = std::to_string(c.patternHypotheses);
-            ParaResumen(c, "Patrones: ninguna solución tras " + n + " hipótesis.",
-                        "Motifs: aucune solution après " + n + " hypothèses.",
-                        "Patterns: no solution after " + n + " hypotheses.");
+            const std::string n = std::to_string(c.patternHypotheses),
+                              v = std::to_string(c.patternVerifications);
+            ParaResumen(c, "Patrones: ninguna solución tras " + n + " hipótesis, " + v + " verificadas.",
+                        "Motifs: aucune solution après " + n + " hypothèses, " + v + " vérifiées.",
+                        "Patterns: no solution after " + n + " hypotheses, " + v + " verified.");
         }
     });
     return solved;

@@ -60,7 +60,8 @@ class PatternSolve : public testing::GeneratedSkyTest {
 
     // The sky at the centre of the field last rendered, as the program counts its pixels.
     void Centre(double& ra, double& dec) {
-        const double y = geometry.mirror ? geometry.height + 1 - geometry.height / 2.0 : geometry.height / 2.0;
+        const double y =
+            geometry.mirror ? geometry.height + 1 - geometry.height / 2.0 : geometry.height / 2.0;
         db::PixelToSky(geometry, geometry.width / 2.0, y, ra, dec);
     }
 
@@ -70,7 +71,7 @@ class PatternSolve : public testing::GeneratedSkyTest {
 TEST_F(PatternSolve, NoScaleNoPositionAnyAngleEitherParity) {
     Databases(2);
     for (const bool mirror : {false, true}) {
-        const std::string image = Render({150.2, -29.7, 0, mirror ? 211 : 33, 0, 0, mirror});
+        const std::string image = Render({150.2, -29.7, 0, mirror ? 211.0 : 33.0, 0, 0, mirror});
         double ra = 0, dec = 0;
         Centre(ra, dec);
         const auto json = Solve({image}, 0);
@@ -84,19 +85,19 @@ TEST_F(PatternSolve, NoScaleNoPositionAnyAngleEitherParity) {
 }
 
 TEST_F(PatternSolve, AWideFieldSolvesFirstByPatternsAndHintsNarrowTheSearch) {
-    Databases(1);
+    Databases(2);
     scale = 25;  // 7.1 x 6.3 degrees: the whole cap and the sparse sky around it
     const std::string image = Render({0.5, 9.5, 0, 120, 0, 0, false});
     double ra = 0, dec = 0;
     Centre(ra, dec);
-    // A position with database 1: the field is too wide for the distance road, which is not tried.
+    // A position: the field is too wide for the distance road, which is not tried.
     auto json = Solve({image, "--scale-low", "20", "--scale-high", "30", "--ra", "1", "--dec", "10"}, 0);
     ExpectAt(json, ra, dec, 3 * scale / 3600);
     EXPECT_EQ(json.at("road"), "\"patterns\"");
     // A scale range that excludes the true one, or a position far away within a small radius, and
     // nothing is found.
-    Solve({image, "--scale-low", "40", "--scale-high", "60", "--no-mirror", "--database", "2"}, 1);
-    Solve({image, "--ra", "150", "--dec", "-30", "--radius", "5", "--no-mirror", "--database", "2"}, 1);
+    Solve({image, "--scale-low", "40", "--scale-high", "60", "--no-mirror"}, 1);
+    Solve({image, "--ra", "150", "--dec", "-30", "--radius", "5", "--no-mirror"}, 1);
     // The same position within 5 degrees is enough.
     json = Solve({image, "--ra", "3", "--dec", "12", "--radius", "5"}, 0);
     ExpectAt(json, ra, dec, 3 * scale / 3600);
@@ -107,12 +108,14 @@ TEST_F(PatternSolve, ANarrowFieldWithAPositionGoesToTheDistanceRoadFirst) {
     const std::string image = Render({0.05, 10.2, 0, 0, 0, 0, false});
     double ra = 0, dec = 0;
     Centre(ra, dec);
-    auto json = Solve({image, "--scale", "2", "--angle", "0.3", "--ra", "0", "--dec", "10", "--radius", "2.5"}, 0);
+    auto json =
+        Solve({image, "--scale", "2", "--angle", "0.3", "--ra", "0", "--dec", "10", "--radius", "2.5"}, 0);
     ExpectAt(json, ra, dec, 3 * scale / 3600);
     EXPECT_EQ(json.at("road"), "\"distances\"");
     // With the wrong angle and parity the distance road fails, and the patterns find it.
-    json = Solve({image, "--scale", "2", "--angle", "200", "--mirror", "--ra", "0", "--dec", "10", "--radius", "2.5"},
-                 0);
+    json = Solve(
+        {image, "--scale", "2", "--angle", "200", "--mirror", "--ra", "0", "--dec", "10", "--radius", "2.5"},
+        0);
     ExpectAt(json, ra, dec, 3 * scale / 3600);
     EXPECT_EQ(json.at("road"), "\"patterns\"");
 }
