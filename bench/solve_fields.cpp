@@ -19,6 +19,8 @@
 //   wcs         fields of 1000, 2000 and 4000 pixels whose true scale is 0, 0.5 and 1 % off the
 //               parameters', solved around their place with the WCS written; astropy reads the WCS
 //               back on a 5 x 5 grid of pixels reaching the corners, against the rendered sky.
+//   patterns    every real image through tornel-cli solve with no hint, the scale to 20 % and a position
+//               within 5 degrees: the pattern search's figures.
 //   clients     every real image of the validation folder through the drop-ins as the imaging programs
 //               call them, with the true field size as their optics settings give it: tornel-astap as
 //               KStars sends it (-fov height, -ra/-spd a degree from the truth, -r 5), tornel-astap as
@@ -821,6 +823,73 @@ int WcsScale(const Settings& s) {
     return 0;
 }
 
+// One validation image through `tornel-cli solve --json`: the centre's error in pixels (-1 when not
+// solved, 1e9 for any answer to an image with no stars) and the seconds.
+struct SolveCell {
+    double pixels = -1, seconds = 0;
+};
+
+SolveCell SolveCellOf(const Settings& s, const std::string& home,
+                      const std::map<std::string, std::string>& row, const std::string& hints) {
+    const Run r = Execute("TORNEL_HOME=" + Quote(home) + " " + s.tools + "/consola/tornel-cli solve " +
+                          Quote(s.validation + "/" + row.at("file")) + " --quiet --timeout 30 " + hints);
+    SolveCell cell;
+    cell.seconds = r.seconds;
+    double ra = 0, dec = 0;
+    if (r.status != 0 || !ParseSolveLine(r.out, ra, dec)) return cell;
+    cell.pixels = row.at("ra_center_deg").empty() ? 1e9 : CentreError(s, row, ra, dec);
+    return cell;
+}
+
+// Every validation image solved by `tornel-cli solve` three ways: no hint at all, the scale to 20 %,
+// and a position 3 degrees off with a radius of 5. A centre within 2 % of the field is right.
+int Patterns(const Settings& s) {
+    const std::string home = PrepareHome(s);
+    WarmDatabase(s);
+    std::cout << "| Image | Field (degrees) | no hint | scale to 20 % | position within 5 degrees |\n"
+                 "|---|---|---|---|---|\n";
+    struct Tally {
+        int solved = 0, wrong = 0;
+        std::vector<double> seconds;
+    } tallies[3];
+    for (const auto& row : ReadCsv(s.validation + "/truth.csv")) {
+        const std::string file = row.at("file"), fov = row.at("fov_deg");
+        if (!s.only.empty() && file != s.only) continue;
+        const bool empty = row.at("ra_center_deg").empty();
+        const double scale = empty ? 72 : std::stod(row.at("scale_arcsec_px"));
+        const double width = empty ? 10 : std::stod(fov.substr(0, fov.find('x')));
+        const double ra = empty ? 84 : std::stod(row.at("ra_center_deg")),
+                     dec = empty ? -1 : std::stod(row.at("dec_center_deg"));
+        double givenRa = 0, givenDec = 0;
+        Offset(ra, dec, 45, 3, givenRa, givenDec);
+        const std::string hints[3] = {
+            "", "--scale-low " + ShortestText(0.8 * scale) + " --scale-high " + ShortestText(1.2 * scale),
+            "--ra " + ShortestText(givenRa) + " --dec " + ShortestText(givenDec) + " --radius 5"};
+        std::cout << "| `" << file << "` | " << (fov.empty() ? "?" : fov);
+        for (int k = 0; k < 3; ++k) {
+            const SolveCell cell = SolveCellOf(s, home, row, hints[k]);
+            const double limit = 0.02 * width * 3600 / scale;
+            std::string text = "not solved";
+            if (cell.pixels >= 0) {
+                const bool right = cell.pixels <= limit;
+                text = right ? FormatNumber(cell.pixels, "0.0") + " px" : "**wrong**";
+                tallies[k].solved += right ? 1 : 0;
+                tallies[k].wrong += right ? 0 : 1;
+                tallies[k].seconds.push_back(cell.seconds);
+            }
+            std::cout << " | " << text << ", " << FormatNumber(cell.seconds, "0.00") << " s";
+        }
+        std::cout << " |" << std::endl;
+    }
+    std::cout << "| **solved, wrong, median, p95 of the solved** | |";
+    for (const Tally& t : tallies)
+        std::cout << " " << t.solved << ", " << t.wrong << ", "
+                  << FormatNumber(Quantile(t.seconds, 0.5), "0.00") << " s, "
+                  << FormatNumber(Quantile(t.seconds, 0.95), "0.00") << " s |";
+    std::cout << std::endl;
+    return 0;
+}
+
 int Main(int argc, char** argv) {
     Settings s;
     std::vector<std::string> args(argv + 1, argv + argc);
@@ -861,12 +930,12 @@ int Main(int argc, char** argv) {
         if (const char* h = std::getenv("TORNEL_HOME")) s.home = h;
     }
     if (s.mode.empty() || s.home.empty()) {
-        std::cerr
-            << "usage: tornel-solve-fields fields|zones|validation|clients|sample|wcs --home PROGRAM_FOLDER "
-               "[--catalogue FILE]\n"
-               "       [--work DIR] [--fields N] [--seed S] [--mirror-every N] [--inclination DEG] "
-               "[--validation DIR] [--blind] [--sky FILE] [--render OPTIONS] [--all] [--only IMAGE] "
-               "[--tools BUILD]\n";
+        std::cerr << "usage: tornel-solve-fields fields|zones|validation|clients|sample|patterns|wcs --home "
+                     "PROGRAM_FOLDER "
+                     "[--catalogue FILE]\n"
+                     "       [--work DIR] [--fields N] [--seed S] [--mirror-every N] [--inclination DEG] "
+                     "[--validation DIR] [--blind] [--sky FILE] [--render OPTIONS] [--all] [--only IMAGE] "
+                     "[--tools BUILD]\n";
         return 2;
     }
     if (s.home.back() != '/') s.home += '/';
@@ -879,6 +948,7 @@ int Main(int argc, char** argv) {
     if (s.mode == "validation") return Validation(s);
     if (s.mode == "wcs") return WcsScale(s);
     if (s.mode == "clients") return Clients(s);
+    if (s.mode == "patterns") return Patterns(s);
     if (s.mode == "sample") return Sample(s);
     std::cerr << "unknown mode " << s.mode << "\n";
     return 2;

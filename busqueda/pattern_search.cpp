@@ -106,6 +106,8 @@ class Search {
     void Publish(const Verification& v);
     bool TimeToStop();
     double RequiredOdds() const;
+    // The brightest `count` of `stars`, brightest first; the rest dropped.
+    void BrightestFirst(std::vector<uint32_t>& stars, size_t count) const;
 
     Context& c_;
     const QuadIndex& index_;
@@ -117,6 +119,20 @@ class Search {
     double fieldLow_ = kNarrowestField, fieldHigh_ = kWidestField;  // degrees across the diagonal
     int32_t refused_ = 0;
 };
+
+void Search::BrightestFirst(std::vector<uint32_t>& stars, size_t count) const {
+    std::vector<std::pair<float, uint32_t>> byMag;
+    byMag.reserve(stars.size());
+    for (uint32_t n : stars)
+        byMag.push_back({index_.Star(n).mag, n});
+    const size_t kept = std::min(count, byMag.size());
+    const auto end = byMag.begin() + static_cast<std::ptrdiff_t>(kept);
+    if (kept < byMag.size()) std::nth_element(byMag.begin(), end, byMag.end());
+    std::sort(byMag.begin(), end);
+    stars.resize(kept);
+    for (size_t k = 0; k < kept; ++k)
+        stars[k] = byMag[k].second;
+}
 
 bool Search::TimeToStop() {
     const auto now = std::chrono::steady_clock::now();
@@ -275,9 +291,8 @@ std::vector<Match> Search::MatchField(size_t level, size_t catalogueStars, size_
     const double area = 4 * halfField * halfField / 2;
     std::vector<uint32_t> near;
     index_.StarsNear(std::min(level, LevelForStars(index_, area, 3.0 * catalogueStars)), ra, dec, halfField,
-                     near);
-    std::stable_sort(near.begin(), near.end(),
-                     [&](uint32_t a, uint32_t b) { return index_.Star(a).mag < index_.Star(b).mag; });
+                     near, false);
+    BrightestFirst(near, 2 * catalogueStars);
     std::vector<std::array<double, 2>> image;
     for (size_t k = 0; k < std::min(imageStars, stars_.size()); ++k)
         image.push_back({stars_[k].x, stars_[k].y});
@@ -337,9 +352,8 @@ bool Search::Verify(size_t level, const std::array<uint32_t, 4>& quadStars) {
     const double halfField = std::min(89.0, std::atan(HalfDiagonal(c_) * scale * kDegree) / kDegree * 1.05);
     std::vector<uint32_t> near;
     index_.StarsNear(std::min(level, LevelForStars(index_, 2 * halfField * halfField, 3.0 * imageStars)),
-                     c_.mRAconvertida, c_.mDECconvertida, halfField, near);
-    std::stable_sort(near.begin(), near.end(),
-                     [&](uint32_t a, uint32_t b) { return index_.Star(a).mag < index_.Star(b).mag; });
+                     c_.mRAconvertida, c_.mDECconvertida, halfField, near, false);
+    BrightestFirst(near, 4 * static_cast<size_t>(std::max(imageStars, 30)));
     std::vector<CatalogueStar> field;
     const PlateInverse inverse = InvertPlate(c_.Cij);
     for (uint32_t n : near) {

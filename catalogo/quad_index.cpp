@@ -184,8 +184,8 @@ void QuadIndex::Lookup(size_t level, const QuadCode& code, double tolerance, std
     Search(levels_[level], 0, levels_[level].quads, 0, q, t * t, t, hits, hits.size() + limit);
 }
 
-void QuadIndex::StarsNear(size_t level, double ra, double dec, double radius,
-                          std::vector<uint32_t>& out) const {
+void QuadIndex::StarsNear(size_t level, double ra, double dec, double radius, std::vector<uint32_t>& out,
+                          bool exact) const {
     const double cosRadius = std::cos(radius * kDegree);
     const double sd = std::sin(dec * kDegree), cd = std::cos(dec * kDegree);
     // Half the right ascension that the circle spans at its widest, or all of it around a pole.
@@ -214,6 +214,14 @@ void QuadIndex::StarsNear(size_t level, double ra, double dec, double radius,
                 const auto n = static_cast<uint32_t>(g.firstStar + k);
                 const IndexStar s = Star(n);
                 if (StarZone(s.dec, g.low) != zone || s.ra > to) break;
+                if (!exact) {
+                    out.push_back(n);
+                    continue;
+                }
+                if (!exact) {
+                    out.push_back(n);
+                    continue;
+                }
                 const double d = s.dec * kDegree;
                 if (sd * std::sin(d) + cd * std::cos(d) * std::cos((s.ra - ra) * kDegree) >= cosRadius)
                     out.push_back(n);

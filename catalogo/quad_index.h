@@ -14,8 +14,9 @@
 // every finer one. They are stored by the coarsest level that chose them, coarsest first; so the stars
 // of level L are the groups of L and coarser, and a level's "first star, stars" name its own group.
 // A group is sorted by zone, then right ascension: zone = floor((dec + 90) / low) of its level, on
-// the stored values, so that a circle is read zone by zone and costs about what it holds. The quads of a level form an implicit k-d tree over the
-// code: the median of the range by axis depth % 4, the lower half before it, the upper after.
+// the stored values, so that a circle is read zone by zone and costs about what it holds. The quads of a
+// level form an implicit k-d tree over the code: the median of the range by axis depth % 4, the lower half
+// before it, the upper after.
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -88,7 +89,10 @@ class QuadIndex {
 
     // The stars of `level` (its group and the coarser ones) within `radius` degrees of (ra, dec),
     // appended to `out` as star numbers.
-    void StarsNear(size_t level, double ra, double dec, double radius, std::vector<uint32_t>& out) const;
+    // With `exact` false, the stars of the zones and right ascensions that the circle spans, a few
+    // more than it holds, without the trigonometry: for a caller that projects them anyway.
+    void StarsNear(size_t level, double ra, double dec, double radius, std::vector<uint32_t>& out,
+                   bool exact = true) const;
 
   private:
     StoredQuad QuadAt(uint64_t n) const;
