@@ -101,7 +101,9 @@ class Search {
   private:
     bool TryQuad(const std::array<size_t, 4>& members);
     bool TryHit(const Quad& quad, const std::array<size_t, 4>& members, const QuadHit& hit, size_t level);
-    std::vector<Match> MatchField(size_t level, size_t catalogueStars, size_t imageStars, double radius);
+    std::vector<uint32_t> StarsInView(size_t level, size_t count);
+    std::vector<Match> MatchField(const std::vector<uint32_t>& catalogue, size_t imageStars, double radius);
+    double MatchRadius() const;
     bool Verify(size_t level, const std::array<uint32_t, 4>& quadStars);
     void Publish(const Verification& v);
     bool TimeToStop();
@@ -256,8 +258,9 @@ bool Search::TryHit(const Quad& quad, const std::array<size_t, 4>& members, cons
             return false;
     }
     // A quick look at the brightest stars of the field before the whole check.
-    const double radius = std::clamp(0.004 * 2 * HalfDiagonal(c_), 2.0, 6.0);
-    const std::vector<Match> quick = MatchField(level, kCheckCatalogueStars, checkStars_.size(), radius);
+    const double radius = MatchRadius();
+    const std::vector<Match> quick =
+        MatchField(StarsInView(level, kCheckCatalogueStars), checkStars_.size(), radius);
     int32_t others = 0;
     for (const Match& m : quick)
         if (std::find(hit.stars.begin(), hit.stars.end(), m.star) == hit.stars.end()) ++others;
@@ -267,7 +270,7 @@ bool Search::TryHit(const Quad& quad, const std::array<size_t, 4>& members, cons
         return false;
     // The plate refitted on every star matched, twice, then the whole check.
     for (int pass = 0; pass < 2; ++pass) {
-        std::vector<Match> matches = MatchField(level, 2 * kCheckCatalogueStars,
+        std::vector<Match> matches = MatchField(StarsInView(level, 2 * kCheckCatalogueStars),
                                                 std::min(stars_.size(), 2 * kCheckImageStars), radius);
         if (matches.size() < 6) return false;
         std::vector<PlateStar> fit;
@@ -281,18 +284,39 @@ bool Search::TryHit(const Quad& quad, const std::array<size_t, 4>& members, cons
     return Verify(level, hit.stars);
 }
 
-// Pairs of the brightest `catalogueStars` index stars in view and the brightest `imageStars` image
-// stars within `radius` pixels, one to one, through the plate in Cij.
-std::vector<Match> Search::MatchField(size_t level, size_t catalogueStars, size_t imageStars, double radius) {
+// Matches count within a few pixels, wider on a wider image whose lens distorts more.
+double Search::MatchRadius() const {
+    return std::clamp(0.004 * 2 * HalfDiagonal(c_), 2.0, 6.0);
+}
+
+// The brightest `count` index stars (of `level` or coarser) that the plate in Cij puts on the image,
+// brightest first.
+std::vector<uint32_t> Search::StarsInView(size_t level, size_t count) {
     CoordenadasImagenAesfericas(c_, c_.gAnchoImagen / 2, c_.gAltoImagen / 2);
     const double ra = c_.mRAconvertida, dec = c_.mDECconvertida;
     const double scale = PlateScaleAtCentre(c_) / 3600;
     const double halfField = std::min(89.0, std::atan(HalfDiagonal(c_) * scale * kDegree) / kDegree * 1.05);
-    const double area = 4 * halfField * halfField / 2;
     std::vector<uint32_t> near;
-    index_.StarsNear(std::min(level, LevelForStars(index_, area, 3.0 * catalogueStars)), ra, dec, halfField,
-                     near, false);
-    BrightestFirst(near, 2 * catalogueStars);
+    index_.StarsNear(std::min(level, LevelForStars(index_, 2 * halfField * halfField, 3.0 * count)), ra, dec,
+                     halfField, near, false);
+    BrightestFirst(near, 4 * count);
+    std::vector<uint32_t> inside;
+    const PlateInverse inverse = InvertPlate(c_.Cij);
+    for (uint32_t n : near) {
+        if (inside.size() >= count) break;
+        const IndexStar s = index_.Star(n);
+        double x = 0, y = 0;
+        if (SkyToPixel(c_, inverse, s.ra, s.dec, x, y) && x >= 0 && y >= 0 && x <= c_.gAnchoImagen &&
+            y <= c_.gAltoImagen)
+            inside.push_back(n);
+    }
+    return inside;
+}
+
+// Pairs of the index stars `catalogue` and the brightest `imageStars` image stars within `radius`
+// pixels, one to one, through the plate in Cij.
+std::vector<Match> Search::MatchField(const std::vector<uint32_t>& catalogue, size_t imageStars,
+                                      double radius) {
     std::vector<std::array<double, 2>> image;
     for (size_t k = 0; k < std::min(imageStars, stars_.size()); ++k)
         image.push_back({stars_[k].x, stars_[k].y});
@@ -304,15 +328,10 @@ std::vector<Match> Search::MatchField(size_t level, size_t catalogueStars, size_
         uint32_t star;
     };
     std::vector<Pair> pairs;
-    size_t tested = 0;
-    for (uint32_t n : near) {
-        if (tested >= catalogueStars) break;
+    for (uint32_t n : catalogue) {
         const IndexStar s = index_.Star(n);
         double x = 0, y = 0;
-        if (!SkyToPixel(c_, inverse, s.ra, s.dec, x, y) || x < 0 || y < 0 || x > c_.gAnchoImagen ||
-            y > c_.gAltoImagen)
-            continue;
-        ++tested;
+        if (!SkyToPixel(c_, inverse, s.ra, s.dec, x, y)) continue;
         grid.Near(x, y, [&](size_t k, double d) {
             if (d <= radius) pairs.push_back({d, k, n});
         });
@@ -337,32 +356,18 @@ bool Search::Verify(size_t level, const std::array<uint32_t, 4>& quadStars) {
     const int32_t imageStars =
         std::min<int32_t>(kMaxVerificationStars,
                           std::max(c_.mNumCandidatas, 0) + static_cast<int32_t>(c_.verificationStars.size()));
-    const double radius = std::clamp(0.004 * 2 * HalfDiagonal(c_), 2.0, 6.0);
-    const std::vector<Match> matches =
-        MatchField(level, static_cast<size_t>(std::max(imageStars, 30)), stars_.size(), radius);
+    // The catalogue side: the brightest index stars in view, as many as the image has stars.
+    const std::vector<uint32_t> inView = StarsInView(level, static_cast<size_t>(std::max(imageStars, 30)));
+    const std::vector<Match> matches = MatchField(inView, stars_.size(), MatchRadius());
     CandidateStars candidate;
     for (const Match& m : matches) {
         const IndexStar s = index_.Star(m.star);
         candidate.identified.push_back({stars_[m.image].x, stars_[m.image].y, s.ra, s.dec});
     }
     candidate.formedBy.assign(quadStars.begin(), quadStars.end());
-    // The catalogue side: the brightest index stars in view, as many as the image has stars.
-    CoordenadasImagenAesfericas(c_, c_.gAnchoImagen / 2, c_.gAltoImagen / 2);
-    const double scale = PlateScaleAtCentre(c_) / 3600;
-    const double halfField = std::min(89.0, std::atan(HalfDiagonal(c_) * scale * kDegree) / kDegree * 1.05);
-    std::vector<uint32_t> near;
-    index_.StarsNear(std::min(level, LevelForStars(index_, 2 * halfField * halfField, 3.0 * imageStars)),
-                     c_.mRAconvertida, c_.mDECconvertida, halfField, near, false);
-    BrightestFirst(near, 4 * static_cast<size_t>(std::max(imageStars, 30)));
     std::vector<CatalogueStar> field;
-    const PlateInverse inverse = InvertPlate(c_.Cij);
-    for (uint32_t n : near) {
-        if (field.size() >= static_cast<size_t>(std::max(imageStars, 30))) break;
+    for (uint32_t n : inView) {
         const IndexStar s = index_.Star(n);
-        double x = 0, y = 0;
-        if (!SkyToPixel(c_, inverse, s.ra, s.dec, x, y) || x < 0 || y < 0 || x > c_.gAnchoImagen ||
-            y > c_.gAltoImagen)
-            continue;
         field.push_back({static_cast<int32_t>(n), s.ra, s.dec});
     }
     const Verification v = VerifyPlateAgainst(c_, candidate, field, RequiredOdds());

@@ -214,11 +214,11 @@ void QuadIndex::StarsNear(size_t level, double ra, double dec, double radius, st
                 const auto n = static_cast<uint32_t>(g.firstStar + k);
                 const IndexStar s = Star(n);
                 if (StarZone(s.dec, g.low) != zone || s.ra > to) break;
-                if (!exact) {
+                if (!exact && halfWidth < 180) {
                     out.push_back(n);
                     continue;
                 }
-                if (!exact) {
+                if (!exact && halfWidth < 180) {
                     out.push_back(n);
                     continue;
                 }

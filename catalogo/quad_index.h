@@ -90,7 +90,8 @@ class QuadIndex {
     // The stars of `level` (its group and the coarser ones) within `radius` degrees of (ra, dec),
     // appended to `out` as star numbers.
     // With `exact` false, the stars of the zones and right ascensions that the circle spans, a few
-    // more than it holds, without the trigonometry: for a caller that projects them anyway.
+    // more than it holds, without the trigonometry: for a caller that projects them anyway. A circle
+    // that spans every right ascension (near a pole, or wide) is tested all the same.
     void StarsNear(size_t level, double ra, double dec, double radius, std::vector<uint32_t>& out,
                    bool exact = true) const;
 

@@ -224,7 +224,7 @@ bool BuildDatabase(Platform& platform, const BuildInputs& inputs, const BuildOpt
             QuadReport quads;
             const std::string file =
                 BuildQuadIndex(stars, o.quadChoice, quads, [&](int64_t d, int64_t t) { p.Update(d, t); });
-            p.Finish(quads.quads);
+            p.Finish(quads.cells);
             if (!WriteFileAtomically(staging.File(kQuadIndexFile), file))
                 throw std::runtime_error(std::string("cannot write ") + kQuadIndexFile);
             report.quadStars = quads.stars;

@@ -192,7 +192,7 @@ std::string BuildQuadIndex(const std::vector<NumberedStar>& stars, const QuadCho
         Put(out, static_cast<float>(low * std::numbers::sqrt2));
         Put(out, firstQuad);
         Put(out, quads);
-        Put(out, count == 0 ? uint64_t{first} : first);
+        Put(out, first);
         Put(out, count);
         firstQuad += quads;
         report.quadsPerLevel.push_back(static_cast<int64_t>(quads));
@@ -210,6 +210,7 @@ std::string BuildQuadIndex(const std::vector<NumberedStar>& stars, const QuadCho
             for (uint32_t v : q.stars)
                 Put(out, v);
         }
+    report.cells = total;
     report.stars = static_cast<int64_t>(table.size());
     report.quads = static_cast<int64_t>(firstQuad);
     return out;

@@ -19,7 +19,7 @@ struct QuadChoice {
 };
 
 struct QuadReport {
-    int64_t stars = 0, quads = 0;
+    int64_t cells = 0, stars = 0, quads = 0;  // cells: quad centres looked at, all levels
     std::vector<int64_t> quadsPerLevel;
 };
 
