@@ -34,8 +34,6 @@ constexpr double kPositionError = 1.5;
 constexpr double kLeastTolerance = 0.006, kMostTolerance = 0.025;
 // The quick check: the brightest image stars, and the brightest catalogue stars in view.
 constexpr size_t kCheckImageStars = 120, kCheckCatalogueStars = 80;
-// Image stars that two detections of one star may stand apart.
-constexpr double kSameStar = 1.5;
 // Fields narrower or wider than these (degrees across) are not considered.
 constexpr double kNarrowestField = 0.1, kWidestField = 120;
 // Fields wider than this (degrees, the longer side at the parameters' scale) go to the pattern search
@@ -49,28 +47,13 @@ struct ImageStar {
     double x = 0, y = 0, brillo = 0;
 };
 
-// The candidates and the fainter stars kept for verification, square pixels, brightest first; a star
-// found twice is kept once.
+// The image's stars in square pixels, brightest first.
 std::vector<ImageStar> PatternStars(const Context& c) {
-    std::vector<ImageStar> all;
-    const auto candidates =
-        std::min<size_t>(static_cast<size_t>(std::max(c.mNumCandidatas, 0)),
-                         c.mEstrellasCuadradas.empty() ? 0 : c.mEstrellasCuadradas.size() - 1);
-    for (size_t k = 1; k <= candidates; ++k) {
-        const EstrellaImagen& e = c.mEstrellasCuadradas[k];
-        all.push_back({e.x, e.y, e.brillo});
-    }
     const double ratio = c.gRelacionPixel > 0 ? c.gRelacionPixel : 1;
-    for (const EstrellaImagen& e : c.verificationStars)
-        all.push_back({e.x, e.y / ratio, e.brillo});
-    std::stable_sort(all.begin(), all.end(),
-                     [](const ImageStar& a, const ImageStar& b) { return a.brillo > b.brillo; });
-    std::vector<ImageStar> kept;
-    for (const ImageStar& s : all)
-        if (std::none_of(kept.begin(), kept.end(),
-                         [&](const ImageStar& k) { return std::hypot(k.x - s.x, k.y - s.y) < kSameStar; }))
-            kept.push_back(s);
-    return kept;
+    std::vector<ImageStar> stars;
+    for (const EstrellaImagen& e : PatternSources(c))
+        stars.push_back({e.x, e.y / ratio, e.brillo});
+    return stars;
 }
 
 double HalfDiagonal(const Context& c) {
@@ -169,7 +152,6 @@ double Search::RequiredOdds() const {
 
 bool Search::Run() {
     start_ = lastYield_ = std::chrono::steady_clock::now();
-    FindVerificationStars(c_);  // while the extraction's image is still there
     stars_ = PatternStars(c_);
     if (stars_.size() < 4) {
         ParaResumen(c_, "Búsqueda por patrones: menos de 4 estrellas.",
@@ -352,12 +334,8 @@ std::vector<Match> Search::MatchField(const std::vector<uint32_t>& catalogue, si
 
 bool Search::Verify(size_t level, const std::array<uint32_t, 4>& quadStars) {
     ++c_.patternVerifications;
-    FindVerificationStars(c_);
-    const int32_t imageStars =
-        std::min<int32_t>(kMaxVerificationStars,
-                          std::max(c_.mNumCandidatas, 0) + static_cast<int32_t>(c_.verificationStars.size()));
     // The catalogue side: the brightest index stars in view, as many as the image has stars.
-    const std::vector<uint32_t> inView = StarsInView(level, static_cast<size_t>(std::max(imageStars, 30)));
+    const std::vector<uint32_t> inView = StarsInView(level, std::max<size_t>(stars_.size(), 30));
     const std::vector<Match> matches = MatchField(inView, stars_.size(), MatchRadius());
     CandidateStars candidate;
     for (const Match& m : matches) {
@@ -365,6 +343,8 @@ bool Search::Verify(size_t level, const std::array<uint32_t, 4>& quadStars) {
         candidate.identified.push_back({stars_[m.image].x, stars_[m.image].y, s.ra, s.dec});
     }
     candidate.formedBy.assign(quadStars.begin(), quadStars.end());
+    for (const ImageStar& s : stars_)
+        candidate.imageStars.push_back({s.x, s.y});
     std::vector<CatalogueStar> field;
     for (uint32_t n : inView) {
         const IndexStar s = index_.Star(n);

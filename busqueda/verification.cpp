@@ -193,7 +193,7 @@ Verification VerifyPlateAgainst(Context& c, const CandidateStars& stars,
     if (c.mFinAnalisis) return v;
     const PlateMatrix kept = c.Cij;
     WithTrap(c, "VerifyPlate", [&] {
-        FindVerificationStars(c);
+        if (stars.imageStars.empty()) FindVerificationStars(c);
         v = CheckAgainst(c, stars, field, requiredLog10Odds);
     });
     c.Cij = kept;
@@ -208,7 +208,13 @@ Verification CheckAgainst(Context& c, const CandidateStars& stars, const std::ve
     v.radius = std::clamp(3 * RmsResidual(c, stars.identified), 1.0, 5.0);
     if (c.mFinAnalisis) return v;
     const Box box = WholeImage(c);
-    const std::vector<std::array<double, 2>> image = ImageStars(c, box);
+    std::vector<std::array<double, 2>> image;
+    if (stars.imageStars.empty())
+        image = ImageStars(c, box);
+    else
+        for (const auto& s : stars.imageStars)
+            if (image.size() < static_cast<size_t>(kMaxVerificationStars) && box.Holds(s[0], s[1]))
+                image.push_back(s);
     v.imageStars = static_cast<int32_t>(image.size());
     FpCheck fp;
     const PlateInverse toImage = InvertPlate(c.Cij);

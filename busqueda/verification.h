@@ -3,6 +3,7 @@
 // the catalogue stars of the field, projected through the candidate's plate, must fall on stars of the
 // image far more often than chance allows. A search finds a pattern by trying very many; a wrong one
 // still fits the few stars that formed it, but not the rest of the sky.
+#include <array>
 #include <cstdint>
 #include <span>
 #include <vector>
@@ -37,10 +38,13 @@ struct CandidateStars {
     std::vector<int32_t> formedBy;       // the stars that fixed the plate: they prove nothing
     std::vector<SearchedStar> searched;  // the stars it found by looking in a box
     int32_t searchedAround = 0;          // image stars the road may have looked around
+    // The image stars to check against (square pixels), for a road with an extraction of its own;
+    // empty: the candidates and verificationStars.
+    std::vector<std::array<double, 2>> imageStars;
 };
 
 // Verifies the plate in Cij: the catalogue stars in its view (less `formedBy`), projected into the
-// whole image, are matched one to one with the image's stars (the candidates, then
+// whole image, are matched one to one with the image's stars (`imageStars`, or the candidates, then
 // verificationStars, kMaxVerificationStars at most) within a radius of three times the RMS residual of
 // `identified` (between 1 and 5 pixels). The chance of a match is the share of the image that lies
 // within the radius of an image star; for a searched star, at least the share that `searchedAround`

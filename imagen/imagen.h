@@ -3,6 +3,7 @@
 // mFinAnalisis is set on entry, and sets it, with its message, when it fails.
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "comun/context.h"
 
@@ -52,6 +53,10 @@ void TrataEstrella(Context& c, int32_t n);
 // bright stars swell past the longest outline or merge, so the candidates stay first and what
 // stands on them goes.
 void FindVerificationStars(Context& c);
+// The stars of the whole image for the pattern search, brightest first, at most
+// kMaxVerificationStars, in image pixels: found over a background and a noise measured cell by cell,
+// so that one threshold does not serve a dark sky and a lit tree alike. Respects the analysis area.
+std::vector<EstrellaImagen> PatternSources(const Context& c);
 // Candidates to mEstrellas, brightest first, and the brightest few to mSeleccionadas.
 void SeleccionaEstrellas(Context& c);
 
