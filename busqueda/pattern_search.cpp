@@ -24,8 +24,8 @@ namespace tornel {
 namespace {
 
 constexpr double kDegree = std::numbers::pi / 180;
-// The brightest image stars that make quads: C(40, 4) = 91390 quads at most.
-constexpr size_t kQuadStars = 40;
+// The brightest image stars that make quads, the brightest first: C(60, 4) = 487635 quads at most.
+constexpr size_t kQuadStars = 60;
 // Quads smaller than this (pixels) have codes that centroid errors blur past any tolerance.
 constexpr double kLeastQuadPixels = 20;
 // Code tolerance: the error of a code is about sqrt 2 times the position error over |AB|; positions

@@ -39,6 +39,8 @@ void DeterminaRectanguloDeAnalisis(Context& c) {
             c.gYMin = 1;
             c.gYMax = c.gPixelesY;
         }
+        c.patternArea = c.gAreaImagen;
+        c.patternXMin = c.gXMin, c.patternXMax = c.gXMax, c.patternYMin = c.gYMin, c.patternYMax = c.gYMax;
         if (!c.mSoloExtraer && !PatternsGoFirst(c) && (c.gAreaImagen == 0 || c.gAreaImagen == 1)) {
             // A wide field is analysed only in its central part: the database resolves small fields.
             double half = c.gLadoMaximoGrados / (2.0 * c.gGradosPorPixel);

@@ -55,7 +55,8 @@ void TrataEstrella(Context& c, int32_t n);
 void FindVerificationStars(Context& c);
 // The stars of the whole image for the pattern search, brightest first, at most
 // kMaxVerificationStars, in image pixels: found over a background and a noise measured cell by cell,
-// so that one threshold does not serve a dark sky and a lit tree alike. Respects the analysis area.
+// so that one threshold does not serve a dark sky and a lit tree alike. Within the part of the
+// image the user chose, whatever the distance road narrowed it to.
 std::vector<EstrellaImagen> PatternSources(const Context& c);
 // Candidates to mEstrellas, brightest first, and the brightest few to mSeleccionadas.
 void SeleccionaEstrellas(Context& c);

@@ -33,10 +33,11 @@ std::vector<int16_t> Binned(const Context& c, int32_t bin, int32_t& width, int32
     return out;
 }
 
+// Within the part of the image the user chose; the distance road's narrowing to the centre aside.
 bool InArea(const Context& c, double x, double y) {
-    const bool inside = x >= c.gXMin && x <= c.gXMax && y >= c.gYMin && y <= c.gYMax;
-    if (c.gAreaImagen == 1) return inside;
-    if (c.gAreaImagen == 2) return !inside;
+    const bool inside = x >= c.patternXMin && x <= c.patternXMax && y >= c.patternYMin && y <= c.patternYMax;
+    if (c.patternArea == 1) return inside;
+    if (c.patternArea == 2) return !inside;
     return true;
 }
 

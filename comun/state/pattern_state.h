@@ -18,6 +18,10 @@ struct PatternState {
     double patternTimeLimit = 0;
     // No scale was given: the parameters' scale is a placeholder that nothing may lean on.
     bool scaleUnknown = false;
+    // The part of the image the user chose (0 whole, 1 inside, 2 outside the rectangle), before the
+    // distance road narrows a wide field to its centre: the pattern search looks at all of it.
+    int32_t patternArea = 0;
+    int32_t patternXMin = 0, patternXMax = 0, patternYMin = 0, patternYMax = 0;
     // The index of the database in force, mapped at the first search that needs it.
     std::shared_ptr<const QuadIndex> quadIndex;
     // The solution announced last came from the pattern search.

@@ -176,14 +176,20 @@ TEST_F(PatternSourcesTest, ComeInImagePixelsAndKeepToTheAnalysisArea) {
     const std::vector<EstrellaImagen> all = PatternSources(c);
     EXPECT_GE(all.size(), 35u);
     EXPECT_EQ(Matched(all, 0.25), all.size());
-    c.gAreaImagen = 1;
-    c.gXMin = 1, c.gXMax = 250, c.gYMin = 1, c.gYMax = 300;
+    c.patternArea = 1;
+    c.patternXMin = 1, c.patternXMax = 250, c.patternYMin = 1, c.patternYMax = 300;
     const std::vector<EstrellaImagen> left = PatternSources(c);
     EXPECT_TRUE(std::all_of(left.begin(), left.end(), [](const EstrellaImagen& e) { return e.x <= 250; }));
-    c.gAreaImagen = 2;
+    c.patternArea = 2;
     const std::vector<EstrellaImagen> right = PatternSources(c);
     EXPECT_TRUE(std::all_of(right.begin(), right.end(), [](const EstrellaImagen& e) { return e.x > 250; }));
     EXPECT_EQ(left.size() + right.size(), all.size());
+    // The distance road narrows a wide field to its centre; the pattern search still sees it all.
+    c.gAreaImagen = 0;
+    c.gLadoMaximoGrados = 0.05;
+    CalculaBrilloDeFondoYumbral(c);
+    ASSERT_EQ(c.gAreaImagen, 1);
+    EXPECT_EQ(PatternSources(c).size(), all.size());
 }
 
 TEST_F(PatternSourcesTest, AVeryLargeImageIsBinnedAndAnswersInItsOwnPixels) {
