@@ -19,6 +19,10 @@
 //   wcs         fields of 1000, 2000 and 4000 pixels whose true scale is 0, 0.5 and 1 % off the
 //               parameters', solved around their place with the WCS written; astropy reads the WCS
 //               back on a 5 x 5 grid of pixels reaching the corners, against the rendered sky.
+//   wide        rendered fields 0.3 to 70 degrees across (evenly in the logarithm), at random places,
+//               angles and parities (every --mirror-every-th mirrored), through `tornel-cli solve` with
+//               no hint at all: a centre within 1 % of the field is right; fields with 10 or more
+//               catalogue stars are the solvable ones.
 //   patterns    every real image through tornel-cli solve with no hint, the scale to 20 % and a position
 //               within 5 degrees: the pattern search's figures.
 //   clients     every real image of the validation folder through the drop-ins as the imaging programs
@@ -87,6 +91,7 @@ struct Settings {
     int mirrorEvery = 10;  // every n-th field is mirrored (0: none)
     int inclination = 1;   // parameter 10, degrees
     bool blind = false;    // database 2, no position
+    bool wide = false;     // fields 0.3 to 70 degrees across
 };
 
 double Uniform(std::mt19937_64& g) {
@@ -268,7 +273,9 @@ Field RenderField(const Settings& s, int index, std::mt19937_64& rng) {
     f.g.dec = std::asin(2 * Uniform(rng) - 1) / kRad;
     f.g.width = 800 + static_cast<int32_t>(rng() % 601);
     f.g.height = static_cast<int32_t>(f.g.width * (0.75 + 0.25 * Uniform(rng)));
-    const double side = s.blind ? 1.5 + 1.5 * Uniform(rng) : 0.5 + 0.5 * Uniform(rng);
+    const double side = s.wide    ? 0.3 * std::pow(70 / 0.3, Uniform(rng))
+                        : s.blind ? 1.5 + 1.5 * Uniform(rng)
+                                  : 0.5 + 0.5 * Uniform(rng);
     f.g.arcsecPerPixel = side * 3600 / f.g.width;
     f.g.angle = 360 * Uniform(rng);
     f.g.mirror = s.mirrorEvery > 0 && index % s.mirrorEvery == s.mirrorEvery - 1;
@@ -841,6 +848,66 @@ SolveCell SolveCellOf(const Settings& s, const std::string& home,
     return cell;
 }
 
+// Catalogue stars anywhere in a rendered field.
+int StarsInField(const Field& f) {
+    std::ifstream in(f.fits + ".csv");
+    int count = 0;
+    std::string line;
+    while (std::getline(in, line)) {
+        double x = 0, y = 0, ra = 0, dec = 0, mag = 0;
+        int inCatalogue = 0;
+        if (std::sscanf(line.c_str(), "%lf,%lf,%lf,%lf,%lf,%d", &x, &y, &ra, &dec, &mag, &inCatalogue) == 6)
+            count += inCatalogue;
+    }
+    return count;
+}
+
+int Wide(Settings s) {
+    s.wide = true;
+    const std::string home = PrepareHome(s);
+    WarmDatabase(s);
+    std::mt19937_64 rng(s.seed);
+    int rendered = 0, solvable = 0, solved = 0, solvedOfSolvable = 0, wrong = 0;
+    std::vector<double> seconds;
+    std::cout << "field ra dec side_deg angle mirror stars | exit | centre_err_field seconds\n";
+    for (int k = 0; k < s.fields; ++k) {
+        const Field f = RenderField(s, k, rng);
+        if (f.fits.empty()) continue;
+        ++rendered;
+        const int stars = StarsInField(f);
+        const bool enough = stars >= 10;
+        solvable += enough;
+        const Run r = Execute("TORNEL_HOME=" + Quote(home) + " " + s.tools + "/consola/tornel-cli solve " +
+                              Quote(f.fits) + " --quiet --timeout 30");
+        seconds.push_back(r.seconds);
+        double ra = 0, dec = 0, trueRa = 0, trueDec = 0, share = -1;
+        const double side = f.g.arcsecPerPixel * f.g.width / 3600;
+        if (r.status == 0 && ParseSolveLine(r.out, ra, dec)) {
+            TrueCentre(f.g, trueRa, trueDec);
+            share = Distance(ra, dec, trueRa, trueDec) / side;
+            if (share <= 0.01) {
+                ++solved;
+                solvedOfSolvable += enough;
+            } else {
+                ++wrong;
+            }
+        }
+        std::cout << k << " " << FormatNumber(f.g.ra, "0.000") << " " << FormatNumber(f.g.dec, "0.000") << " "
+                  << FormatNumber(side, "0.00") << " " << FormatNumber(f.g.angle, "0.0") << " " << f.g.mirror
+                  << " " << stars << " | " << r.status << " | " << FormatNumber(share, "0.0000") << " "
+                  << FormatNumber(r.seconds, "0.00") << std::endl;
+        if (r.status != 0 || share > 0.01)
+            fs::copy_file(f.fits, f.fits + ".kept", fs::copy_options::overwrite_existing);
+        fs::remove(f.fits);
+    }
+    std::cout << "\nfields " << rendered << ", solved " << solved << ", wrong answers " << wrong << "\n"
+              << "fields with 10 or more catalogue stars " << solvable << ", solved " << solvedOfSolvable
+              << " (" << FormatNumber(solvable ? 100.0 * solvedOfSolvable / solvable : 0, "0.0") << " %)\n"
+              << "time per field: median " << FormatNumber(Quantile(seconds, 0.5), "0.00") << " s, 95 % "
+              << FormatNumber(Quantile(seconds, 0.95), "0.00") << " s\n";
+    return 0;
+}
+
 // Every validation image solved by `tornel-cli solve` three ways: no hint at all, the scale to 20 %,
 // and a position 3 degrees off with a radius of 5. A centre within 2 % of the field is right.
 int Patterns(const Settings& s) {
@@ -930,12 +997,13 @@ int Main(int argc, char** argv) {
         if (const char* h = std::getenv("TORNEL_HOME")) s.home = h;
     }
     if (s.mode.empty() || s.home.empty()) {
-        std::cerr << "usage: tornel-solve-fields fields|zones|validation|clients|sample|patterns|wcs --home "
-                     "PROGRAM_FOLDER "
-                     "[--catalogue FILE]\n"
-                     "       [--work DIR] [--fields N] [--seed S] [--mirror-every N] [--inclination DEG] "
-                     "[--validation DIR] [--blind] [--sky FILE] [--render OPTIONS] [--all] [--only IMAGE] "
-                     "[--tools BUILD]\n";
+        std::cerr
+            << "usage: tornel-solve-fields fields|zones|validation|clients|sample|patterns|wide|wcs --home "
+               "PROGRAM_FOLDER "
+               "[--catalogue FILE]\n"
+               "       [--work DIR] [--fields N] [--seed S] [--mirror-every N] [--inclination DEG] "
+               "[--validation DIR] [--blind] [--sky FILE] [--render OPTIONS] [--all] [--only IMAGE] "
+               "[--tools BUILD]\n";
         return 2;
     }
     if (s.home.back() != '/') s.home += '/';
@@ -949,6 +1017,7 @@ int Main(int argc, char** argv) {
     if (s.mode == "wcs") return WcsScale(s);
     if (s.mode == "clients") return Clients(s);
     if (s.mode == "patterns") return Patterns(s);
+    if (s.mode == "wide") return Wide(s);
     if (s.mode == "sample") return Sample(s);
     std::cerr << "unknown mode " << s.mode << "\n";
     return 2;

@@ -29,7 +29,7 @@ constexpr int kExitSolved = 0;
 constexpr int kExitNotSolved = 1;
 constexpr int kExitUsage = 2;
 
-// One run of the engine: a database, the window, a parity.
+// One run of the engine: a database (0: the parameters'), the window, a parity.
 struct Attempt {
     int database = 2;
     bool turning = false;  // database 1's 2x2 degree window through every angle
@@ -116,7 +116,8 @@ std::string SettlePosition(const SolveOptions& o, const HeaderHints& h, RunPlan&
 void SettleAttempts(const SolveOptions& o, double fieldDegrees, RunPlan& plan) {
     constexpr double kNarrowField = 1.2;  // degrees: below, database 2 seldom finds triangles enough
     if (plan.scale == 0) {
-        plan.attempts.push_back({2, false, false});
+        // The patterns need neither database's search: the one in force saves loading the other.
+        plan.attempts.push_back({o.database.value_or(0), false, false});
         return;
     }
     std::vector<int> databases;
@@ -136,6 +137,7 @@ void SettleAttempts(const SolveOptions& o, double fieldDegrees, RunPlan& plan) {
 }
 
 std::string AttemptText(const Attempt& a) {
+    if (a.database == 0) return "the pattern search";
     std::string t = "database " + std::to_string(a.database);
     if (a.turning) t += " turning through every angle";
     return t + (a.mirror ? ", mirrored" : ", not mirrored");
@@ -169,7 +171,7 @@ void ApplyPlan(Context& c, const SolveOptions& o, const RunPlan& plan, const Att
     if (o.starsAtMost && *o.starsAtMost < c.gMaxContornos)
         c.gMaxContornos = static_cast<int16_t>(std::max(*o.starsAtMost, 5));
     if (plan.window) c.gAnchoVentana = c.gAltoVentana = *plan.window;
-    c.gBaseDatosPedida = attempt.database;
+    if (attempt.database != 0) c.gBaseDatosPedida = attempt.database;
     c.gTipoVentana = attempt.turning ? 1 : 0;
     if (plan.ra) {
         c.gCentroComandoRA = *plan.ra;
