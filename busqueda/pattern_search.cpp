@@ -34,6 +34,10 @@ constexpr double kPositionError = 1.5;
 constexpr double kLeastTolerance = 0.006, kMostTolerance = 0.025;
 // The quick check: the brightest image stars, and the brightest catalogue stars in view.
 constexpr size_t kCheckImageStars = 120, kCheckCatalogueStars = 80;
+// Before it, a first look at the very brightest catalogue stars, which few false plates pass: two
+// of them must fall on image stars besides the quad's own.
+constexpr size_t kFirstLookStars = 25;
+constexpr int32_t kFirstLookMatches = 2;
 // Fields narrower or wider than these (degrees across) are not considered.
 constexpr double kNarrowestField = 0.1, kWidestField = 120;
 // Fields wider than this (degrees, the longer side at the parameters' scale) go to the pattern search
@@ -83,11 +87,11 @@ class Search {
 
   private:
     bool TryQuad(const std::array<size_t, 4>& members);
-    bool TryHit(const Quad& quad, const std::array<size_t, 4>& members, const QuadHit& hit, size_t level);
-    std::vector<uint32_t> StarsInView(size_t level, size_t count);
+    bool TryHit(const Quad& quad, const std::array<size_t, 4>& members, const QuadHit& hit);
+    std::vector<uint32_t> StarsInView(size_t count);
     std::vector<Match> MatchField(const std::vector<uint32_t>& catalogue, size_t imageStars, double radius);
     double MatchRadius() const;
-    bool Verify(size_t level, const std::array<uint32_t, 4>& quadStars);
+    bool Verify(const std::array<uint32_t, 4>& quadStars);
     void Publish(const Verification& v);
     bool TimeToStop();
     double RequiredOdds() const;
@@ -201,7 +205,7 @@ bool Search::TryQuad(const std::array<size_t, 4>& members) {
             index_.Lookup(level, q.code, tolerance, hits_, 64);
             ++c_.patternLookups;
             for (const QuadHit& hit : hits_) {
-                if (TryHit(q, members, hit, level)) return true;
+                if (TryHit(q, members, hit)) return true;
                 if (c_.mFinAnalisis) return false;
             }
         }
@@ -209,8 +213,7 @@ bool Search::TryQuad(const std::array<size_t, 4>& members) {
     return false;
 }
 
-bool Search::TryHit(const Quad& quad, const std::array<size_t, 4>& members, const QuadHit& hit,
-                    size_t level) {
+bool Search::TryHit(const Quad& quad, const std::array<size_t, 4>& members, const QuadHit& hit) {
     ++c_.patternHypotheses;
     // The image stars as A, B, C, D of the quad, tied to the catalogue's A, B, C, D.
     std::vector<PlateStar> tied;
@@ -241,18 +244,23 @@ bool Search::TryHit(const Quad& quad, const std::array<size_t, 4>& members, cons
     }
     // A quick look at the brightest stars of the field before the whole check.
     const double radius = MatchRadius();
+    auto others = [&](const std::vector<Match>& matches) {
+        return static_cast<int32_t>(std::count_if(matches.begin(), matches.end(), [&](const Match& m) {
+            return std::find(hit.stars.begin(), hit.stars.end(), m.star) == hit.stars.end();
+        }));
+    };
+    if (others(MatchField(StarsInView(kFirstLookStars), checkStars_.size(), radius)) < kFirstLookMatches)
+        return false;
     const std::vector<Match> quick =
-        MatchField(StarsInView(level, kCheckCatalogueStars), checkStars_.size(), radius);
-    int32_t others = 0;
-    for (const Match& m : quick)
-        if (std::find(hit.stars.begin(), hit.stars.end(), m.star) == hit.stars.end()) ++others;
+        MatchField(StarsInView(kCheckCatalogueStars), checkStars_.size(), radius);
+    const int32_t matched = others(quick);
     const double area = c_.gAnchoImagen * c_.gAltoImagen;
     const double p = std::min(1.0, checkStars_.size() * std::numbers::pi * radius * radius / area);
-    if (others < 3 || Log10BinomialTail(static_cast<int32_t>(kCheckCatalogueStars), others, p) < 3)
+    if (matched < 3 || Log10BinomialTail(static_cast<int32_t>(kCheckCatalogueStars), matched, p) < 3)
         return false;
     // The plate refitted on every star matched, twice, then the whole check.
     for (int pass = 0; pass < 2; ++pass) {
-        std::vector<Match> matches = MatchField(StarsInView(level, 2 * kCheckCatalogueStars),
+        std::vector<Match> matches = MatchField(StarsInView(2 * kCheckCatalogueStars),
                                                 std::min(stars_.size(), 2 * kCheckImageStars), radius);
         if (matches.size() < 6) return false;
         std::vector<PlateStar> fit;
@@ -263,7 +271,7 @@ bool Search::TryHit(const Quad& quad, const std::array<size_t, 4>& members, cons
         RefinePlate(c_, fit);
         if (c_.mFinAnalisis) return false;
     }
-    return Verify(level, hit.stars);
+    return Verify(hit.stars);
 }
 
 // Matches count within a few pixels, wider on a wider image whose lens distorts more.
@@ -271,16 +279,16 @@ double Search::MatchRadius() const {
     return std::clamp(0.004 * 2 * HalfDiagonal(c_), 2.0, 6.0);
 }
 
-// The brightest `count` index stars (of `level` or coarser) that the plate in Cij puts on the image,
-// brightest first.
-std::vector<uint32_t> Search::StarsInView(size_t level, size_t count) {
+// The brightest `count` index stars that the plate in Cij puts on the image, brightest first: from the
+// coarsest level that holds about three times as many in view, and the coarser ones.
+std::vector<uint32_t> Search::StarsInView(size_t count) {
     CoordenadasImagenAesfericas(c_, c_.gAnchoImagen / 2, c_.gAltoImagen / 2);
     const double ra = c_.mRAconvertida, dec = c_.mDECconvertida;
     const double scale = PlateScaleAtCentre(c_) / 3600;
     const double halfField = std::min(89.0, std::atan(HalfDiagonal(c_) * scale * kDegree) / kDegree * 1.05);
     std::vector<uint32_t> near;
-    index_.StarsNear(std::min(level, LevelForStars(index_, 2 * halfField * halfField, 3.0 * count)), ra, dec,
-                     halfField, near, false);
+    index_.StarsNear(LevelForStars(index_, 2 * halfField * halfField, 3.0 * count), ra, dec, halfField, near,
+                     false);
     BrightestFirst(near, 4 * count);
     std::vector<uint32_t> inside;
     const PlateInverse inverse = InvertPlate(c_.Cij);
@@ -332,10 +340,10 @@ std::vector<Match> Search::MatchField(const std::vector<uint32_t>& catalogue, si
     return matches;
 }
 
-bool Search::Verify(size_t level, const std::array<uint32_t, 4>& quadStars) {
+bool Search::Verify(const std::array<uint32_t, 4>& quadStars) {
     ++c_.patternVerifications;
     // The catalogue side: the brightest index stars in view, as many as the image has stars.
-    const std::vector<uint32_t> inView = StarsInView(level, std::max<size_t>(stars_.size(), 30));
+    const std::vector<uint32_t> inView = StarsInView(std::max<size_t>(stars_.size(), 30));
     const std::vector<Match> matches = MatchField(inView, stars_.size(), MatchRadius());
     CandidateStars candidate;
     for (const Match& m : matches) {
