@@ -373,10 +373,16 @@ void FormPrincipal::BuildControls() {
     labelBlanco_->setObjectName("LabelBlanco");
     connect(hScrollNegro_, &QScrollBar::valueChanged, this, &FormPrincipal::HScrollNegro_Change);
     connect(hScrollBlanco_, &QScrollBar::valueChanged, this, &FormPrincipal::HScrollBlanco_Change);
-    lg->addWidget(new QLabel("B"), 0, 0);
+    auto* blackTitle = new QLabel;
+    blackTitle->setObjectName("BlackTitle");
+    auto* whiteTitle = new QLabel;
+    whiteTitle->setObjectName("WhiteTitle");
+    controls_["BlackTitle"] = blackTitle;
+    controls_["WhiteTitle"] = whiteTitle;
+    lg->addWidget(blackTitle, 0, 0);
     lg->addWidget(hScrollNegro_, 0, 1);
     lg->addWidget(labelNegro_, 0, 2);
-    lg->addWidget(new QLabel("W"), 1, 0);
+    lg->addWidget(whiteTitle, 1, 0);
     lg->addWidget(hScrollBlanco_, 1, 1);
     lg->addWidget(labelBlanco_, 1, 2);
     lg->addWidget(button("CommandoVisuAuto", [this] { CommandoVisuAuto_Click(); }), 2, 1, 1, 2);
@@ -418,6 +424,9 @@ void FormPrincipal::BuildControls() {
     labelAR_ = label("LabelAR");
     labelDE_ = label("LabelDE");
     labelRectangulo_ = label("LabelRectangulo");
+    labelX_->setText("X= ");
+    labelY_->setText("Y= ");
+    labelBrillo_->setText("I= ");
     cg->addWidget(labelX_, 0, 0);
     cg->addWidget(labelY_, 0, 1);
     cg->addWidget(labelBrillo_, 0, 2);
@@ -482,10 +491,15 @@ void FormPrincipal::IdiomaControles() {
     for (auto& [name, widget] : controls_) {
         std::string caption = CaptionOf(c_, name);
         if (auto* b = qobject_cast<QPushButton*>(widget); b && !caption.empty()) b->setText(Q(caption));
+        if (auto* l = qobject_cast<QLabel*>(widget); l && !caption.empty()) l->setText(Q(caption));
     }
     checkUmbralAuto_->setText(Q(CaptionOf(c_, "CheckUmbralAuto")));
     for (auto& [name, g] : groups_)
         g->setTitle(Q(CaptionOf(c_, name)));
+    if (!c_.gHaySolucion) {
+        labelAR_->setText(Q(Pick(c_, "AR= ", "AD= ", "RA= ")));
+        labelDE_->setText(Q(Pick(c_, "DE= ", "DEC= ", "DEC= ")));
+    }
     if (espere_) espere_->setWindowTitle(Q(Pick(c_, "Espere...", "Attendez...", "Wait...")));
 }
 

@@ -170,6 +170,8 @@ const Caption kCaptions[] = {
     {"CommandoScrollCero", "Origen", "Origine", "Origin"},
     {"CheckUmbralAuto", "Umbral automático", "Seuil automatique", "Automatic threshold"},
     {"LevelsTitle", "Niveles de visualización", "Niveaux d'affichage", "Display levels"},
+    {"BlackTitle", "Negro", "Noir", "Black"},
+    {"WhiteTitle", "Blanco", "Blanc", "White"},
     {"CursorTitle", "Cursor", "Curseur", "Cursor"},
     {"CentreTitle", "Centro (J2000 / fecha)", "Centre (J2000 / date)", "Centre (J2000 / of date)"},
     {"SummaryTitle", "Resumen de la búsqueda", "Résumé de la recherche", "Search summary"},
