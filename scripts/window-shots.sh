@@ -52,7 +52,7 @@ shot() {  # language, file
             grep -qa "status=0[12]" "$3" 2>/dev/null && break
         done
         sleep 1.5
-        import -window root "$4"
+        import -window root -colors 256 "PNG8:$4"
         kill "$window"
         wait "$window" || true' _ "$root/build/interfaz/tornel" "$sample/pleiades.fit" \
         "$sample/home/messages/tornel.sta" "$2"
