@@ -21,11 +21,6 @@ run tornel-cli --version | grep -q '^tornel-cli ' || fail "installed tornel-cli 
 run tornel-astap -h | grep -q '^Usage: tornel-astap' || fail "installed tornel-astap does not start"
 run tornel-db --help | grep -q '^Usage: tornel-db' || fail "installed tornel-db does not start"
 run tornel-solve-field -h | grep -q '^Usage: tornel-solve-field' || fail "installed tornel-solve-field does not start"
-    documented=$(page tornel | long_options)
-    for option in $(run tornel --help | long_options); do
-        grep -qx -- "$option" <<<"$documented" || fail "tornel.1 does not document $option"
-    done
-fi
 
 # Options as a help text or a page writes them: "--word" and, for tornel-astap, "-word" at a start.
 long_options() { grep -oE -- '--[a-z][a-z-]*' | sort -u; }
@@ -48,6 +43,11 @@ if [ -x "$prefix/bin/tornel" ]; then
     if command -v desktop-file-validate >/dev/null; then
         desktop-file-validate "$desktop" || fail "tornel.desktop does not validate"
     fi
+    documented=$(page tornel | long_options)
+    for option in $(run tornel --help | long_options); do
+        grep -qx -- "$option" <<<"$documented" || fail "tornel.1 does not document $option"
+    done
+fi
 documented=$(page tornel-cli | long_options)
 for option in $(run tornel-cli solve --help | long_options) $(run tornel-cli --help | long_options); do
     grep -qx -- "$option" <<<"$documented" || fail "tornel-cli.1 does not document $option"
