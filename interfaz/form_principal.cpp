@@ -917,7 +917,9 @@ void FormPrincipal::Form_Activate() {
     ActualizaFormularioSegunParametros();
     IdiomaMenus();
     IdiomaControles();
-    if (!c_.gAnalizaYsale && c_.gOrigenImagen == 0 && FileExists(c_.gRutaImagen)) AbreImagen(c_.gRutaImagen);
+    // The image of the command line is opened even when it is missing, so that the user is told.
+    if (!c_.gAnalizaYsale && c_.gOrigenImagen == 0 && (FileExists(c_.gRutaImagen) || !options_.image.empty()))
+        AbreImagen(c_.gRutaImagen);
     if (options_.analyze && !c_.gAnalizaYsale) CommandoAnalizar_Click(c_);
     timers_.Sync();
 }

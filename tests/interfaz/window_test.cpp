@@ -66,7 +66,8 @@ class AnsweringPlatform : public QtPlatform {
 
 // A program folder with its parameters, a context and the started window.
 struct Program {
-    explicit Program(const std::function<void(Context&)>& parameters = {}) {
+    explicit Program(const std::function<void(Context&)>& parameters = {}, StartOptions options = {},
+                     bool start = true) {
         home.MakeFolder("messages");
         {
             AnsweringPlatform quiet;
@@ -80,8 +81,8 @@ struct Program {
             GrabaParametros(p);
         }
         c.gCarpetaPrograma = home.Path();
-        window = std::make_unique<FormPrincipal>(c, platform);
-        window->Form_Activate();
+        window = std::make_unique<FormPrincipal>(c, platform, options);
+        if (start) window->Form_Activate();
     }
     QString Caption(const char* name) const { return window->Action(name)->text(); }
     QPushButton* Button(const char* name) const { return window->findChild<QPushButton*>(name); }
@@ -183,6 +184,9 @@ class WindowTest : public QObject {
     void parametersWindowUsesEngineChecks();
     void centreAndRingDialogs();
     void fileDialogFilters();
+    void commandLineImageAndStoredWindow();
+    void analyseAndCloseFromTheCommandLine();
+    void regionIndexRebuiltUnderTheWaitWindow();
 };
 
 void WindowTest::menusInThreeLanguages() {
@@ -621,6 +625,68 @@ void WindowTest::fileDialogFilters() {
     QVERIFY(p.c.gImagenEnPantalla);
     QVERIFY(p.window->Action("mImagenRuta")->isChecked());
     QVERIFY(p.Button("CommandoAnalizar")->isEnabled());
+}
+
+void WindowTest::commandLineImageAndStoredWindow() {
+    // `tornel IMAGE`: the window opens on the image, in the image-path mode, at the stored size.
+    testing::TempFolder files;
+    const std::string image = FieldImage(files, 640, 480);
+    Program p(
+        [](Context& c) {
+            c.gOrigenImagen = 2;
+            c.gVentanaIzquierda = 40;
+            c.gVentanaArriba = 30;
+            c.gVentanaAncho = 900;
+            c.gVentanaAlto = 700;
+        },
+        StartOptions{"", image, false});
+    QCOMPARE(p.c.gRutaImagen, image);
+    QCOMPARE(p.c.gOrigenImagen, int16_t{0});
+    QVERIFY(p.c.gImagenEnPantalla);
+    QCOMPARE(p.window->View().width(), 640);
+    QVERIFY(p.window->windowTitle().contains(QString::fromStdString(image)));
+    QCOMPARE(p.window->size(), QSize(900, 700));
+
+    // A missing image is told, and nothing is shown.
+    Program missing({}, StartOptions{"", files.File("none.fit"), false});
+    QVERIFY(!missing.c.gImagenEnPantalla);
+    QCOMPARE(missing.Label("LabelResultado")->text(), QString("Can't find the image file."));
+}
+
+void WindowTest::analyseAndCloseFromTheCommandLine() {
+    // `tornel 8 IMAGE RA DEC`: on its first showing the window starts, solves around the position given
+    // and closes, saving the parameters.
+    testing::TempFolder sky;
+    SkyField f = BuildSky(sky);
+    Program p([&](Context& c) { SkyParameters(c, f); }, StartOptions{"8 " + f.image + " 0.9 10.0", "", false},
+              false);
+    p.window->show();
+    QVERIFY(p.WaitFor([&] { return p.window->Started() && !p.window->isVisible(); }));
+    QVERIFY(p.c.gHaySolucion);
+    QVERIFY(std::fabs(p.c.gARJ2000 - f.geometry.ra) < 0.01);
+    std::string saved;
+    QVERIFY(ReadWholeFile(RutaParametros(p.c), saved));
+    QVERIFY(saved.find(f.image) != std::string::npos);
+}
+
+void WindowTest::regionIndexRebuiltUnderTheWaitWindow() {
+    testing::TempFolder sky;
+    SkyField f = BuildSky(sky);
+    std::filesystem::remove(f.database + "region.bin");
+    bool waitShown = false;
+    Program p([&](Context& c) { SkyParameters(c, f); }, {}, false);
+    p.platform.onPump = [&] {
+        if (auto* wait = p.window->findChild<QDialog*>("FormEspere"); wait && wait->isVisible())
+            waitShown = true;
+    };
+    p.window->Form_Activate();
+    QVERIFY(p.c.timers.TimerVarios.Enabled);
+    QVERIFY(
+        p.WaitFor([&] { return FileExists(f.database + "region.bin") && !p.c.timers.TimerVarios.Enabled; }));
+    QVERIFY(p.platform.Told("The region.bin file has not be found."));
+    QVERIFY(waitShown);
+    QVERIFY(!p.window->findChild<QDialog*>("FormEspere")->isVisible());
+    QVERIFY(MenusFree(*p.window));
 }
 
 }  // namespace tornel
