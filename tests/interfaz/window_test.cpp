@@ -19,6 +19,7 @@
 
 #include "comun/files.h"
 #include "core/parametros.h"
+#include "imagen/imagen.h"
 #include "interfaz/dialogs.h"
 #include "interfaz/form_parametros.h"
 #include "interfaz/form_principal.h"
@@ -187,6 +188,7 @@ class WindowTest : public QObject {
     void commandLineImageAndStoredWindow();
     void analyseAndCloseFromTheCommandLine();
     void regionIndexRebuiltUnderTheWaitWindow();
+    void overlayStaysOnTheImageAtAnyZoom();
 };
 
 void WindowTest::menusInThreeLanguages() {
@@ -429,6 +431,11 @@ void WindowTest::rectangleAtZoomFourInImagePixels() {
     p.window->Action("mDentroDelRectangulo")->trigger();
     QCOMPARE(p.c.gAreaImagen, 1);
     QVERIFY(p.window->Action("mAnalizarDentro")->isChecked());
+    // The engine draws the analysis rectangle from the stored corners where the user drew it.
+    view.BorraRectangulo();
+    DeterminaRectanguloDeAnalisis(p.c);
+    QCOMPARE(p.c.gAreaImagen, 1);
+    QCOMPARE(view.Rectangle(), QRectF(40, 80, 200, 240));
 
     // The same rectangle at zoom 1 stays where it was on the image.
     p.window->Action("mImagen1")->trigger();
@@ -687,6 +694,42 @@ void WindowTest::regionIndexRebuiltUnderTheWaitWindow() {
     QVERIFY(waitShown);
     QVERIFY(!p.window->findChild<QDialog*>("FormEspere")->isVisible());
     QVERIFY(MenusFree(*p.window));
+}
+
+void WindowTest::overlayStaysOnTheImageAtAnyZoom() {
+    Program p;
+    p.window->AbreImagen(FieldImage(p.home, 400, 300));
+    p.window->Action("mImagen2")->trigger();
+    // At zoom 2 the engine draws in halved pixels: (50, 60) is image pixel (100, 120).
+    p.platform.DrawCircle(50, 60, 6, OverlayColour::Red, 2);
+    p.platform.DrawLine(10, 10, 60, 10, OverlayColour::Yellow);
+    auto reddish = [](const QImage& shot, int x, int y) {
+        for (int dx = -2; dx <= 2; ++dx)
+            for (int dy = -2; dy <= 2; ++dy) {
+                const QColor c = shot.pixelColor(x + dx, y + dy);
+                if (c.red() > 150 && c.green() < 100 && c.blue() < 100) return true;
+            }
+        return false;
+    };
+    auto yellowish = [](const QImage& shot, int x, int y) {
+        for (int dy = -1; dy <= 1; ++dy) {
+            const QColor c = shot.pixelColor(x, y + dy);
+            if (c.red() > 100 && c.green() > 100 && c.blue() < 60) return true;
+        }
+        return false;
+    };
+    QImage shot = p.window->View().grab().toImage();
+    QVERIFY(reddish(shot, 56, 60));
+    QVERIFY(yellowish(shot, 35, 10));
+    // At zoom 1 the same marks stand on the same stars: positions doubled, the circle's size kept.
+    p.window->Action("mImagen1")->trigger();
+    shot = p.window->View().grab().toImage();
+    QVERIFY(reddish(shot, 106, 120));
+    QVERIFY(!reddish(shot, 56, 60));
+    QVERIFY(yellowish(shot, 70, 20));
+    // A new analysis clears them.
+    p.platform.ClearOverlay();
+    QCOMPARE(p.window->View().OverlaySize(), size_t{0});
 }
 
 }  // namespace tornel
