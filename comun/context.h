@@ -15,6 +15,7 @@
 #include "comun/state/results_state.h"
 #include "comun/state/search_state.h"
 #include "comun/state/triangle_state.h"
+#include "comun/state/window_state.h"
 
 namespace tornel {
 
@@ -33,7 +34,8 @@ struct Context : CoreState,
                  CatalogState,
                  AstrometryState,
                  ResultsState,
-                 AutomationState {
+                 AutomationState,
+                 WindowState {
     explicit Context(Platform& p) : platform(p) {}
     Context(const Context&) = delete;
     Context& operator=(const Context&) = delete;

@@ -33,6 +33,21 @@ page() {
     MANWIDTH=200 man -l "$file" 2>/dev/null | col -b
 }
 
+# The desktop program, when Qt was there to build it, with its menu entry and icon.
+if [ -x "$prefix/bin/tornel" ]; then
+    run tornel --version | grep -q '^tornel ' || fail "installed tornel does not start"
+    desktop=$prefix/share/applications/tornel.desktop
+    [ -f "$desktop" ] || fail "no desktop entry tornel.desktop"
+    grep -q '^Exec=tornel ' "$desktop" || fail "the desktop entry does not start tornel"
+    [ -f "$prefix/share/icons/hicolor/scalable/apps/tornel.svg" ] || fail "no icon tornel.svg"
+    if command -v desktop-file-validate >/dev/null; then
+        desktop-file-validate "$desktop" || fail "tornel.desktop does not validate"
+    fi
+    documented=$(page tornel | long_options)
+    for option in $(run tornel --help | long_options); do
+        grep -qx -- "$option" <<<"$documented" || fail "tornel.1 does not document $option"
+    done
+fi
 documented=$(page tornel-cli | long_options)
 for option in $(run tornel-cli solve --help | long_options) $(run tornel-cli --help | long_options); do
     grep -qx -- "$option" <<<"$documented" || fail "tornel-cli.1 does not document $option"

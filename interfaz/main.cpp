@@ -1,0 +1,101 @@
+// tornel: the desktop program.
+#include <QApplication>
+#include <QTimer>
+#include <cstdio>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "comun/build_info.h"
+#include "comun/numbers.h"
+#include "core/startup.h"
+#include "imagen/pixel/tornel_pixel.h"
+#include "interfaz/form_principal.h"
+#include "interfaz/qt_platform.h"
+
+namespace {
+
+const char* const kHelp = R"(Usage: tornel [OPTIONS] [IMAGE]
+       tornel [OPTIONS] [MODE [IMAGE [RA [DEC]]]]
+
+Tornel star-field solver, the desktop program. With IMAGE (a FITS, BMP, JPG, PNG or TIFF file) the
+window opens on that image; Analyze (or the space bar) solves it. A first item that is a number is a
+mode, as tornel-cli takes it: 0 to 4 and 7 set the image origin, 5 waits for message files in the
+mailbox folder, 6 for new images there, 8 analyses the image (of the parameters, or IMAGE around RA
+and DEC in degrees) and closes the window.
+
+Options:
+  --analyze           press Analyze once the window has started
+  --quit-when-shown   print "shown" and close as soon as the window has started (for measuring)
+  --version           print the program and pixel library versions
+  --help              this text
+
+Program folder: $TORNEL_HOME when set, else $XDG_DATA_HOME/tornel, else ~/.local/share/tornel. It holds
+param.txt. A second program on the same folder ends at once.
+)";
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    using namespace tornel;
+    std::vector<std::string> items;
+    StartOptions options;
+    bool quitWhenShown = false;
+    for (int i = 1; i < argc; ++i) {
+        std::string a = argv[i];
+        if (a == "--help" || a == "-h") {
+            std::cout << kHelp;
+            return 0;
+        }
+        if (a == "--version") {
+            std::cout << "tornel " << TORNEL_VERSION_TEXT << ", pixel library " << version() << "\n";
+            return 0;
+        }
+        if (a == "--analyze")
+            options.analyze = true;
+        else if (a == "--quit-when-shown")
+            quitWhenShown = true;
+        else if (a.size() > 1 && a[0] == '-' && !IsNumeric(a)) {
+            std::cerr << "tornel: unknown option " << a << "\n\n" << kHelp;
+            return 2;
+        } else
+            items.push_back(a);
+    }
+    if (!items.empty() && !CommandLineMode(items[0])) {
+        options.image = items[0];
+    } else {
+        for (const auto& item : items)
+            options.commandLine += (options.commandLine.empty() ? "" : " ") + item;
+    }
+
+    QApplication app(argc, argv);
+    QApplication::setApplicationName("tornel");
+    QApplication::setDesktopFileName("tornel");
+    std::string home = CarpetaDelPrograma();
+    if (home.empty()) {
+        std::cerr << "tornel: the program folder cannot be made; set TORNEL_HOME\n";
+        return 2;
+    }
+    InstanceLock lock;
+    if (!lock.Acquire(home)) return 0;
+
+    QtPlatform platform;
+    Context c(platform);
+    c.gCarpetaPrograma = home;
+    FormPrincipal window(c, platform, options);
+    window.show();
+    if (quitWhenShown) {
+        // Once the start-up has run and the window has been painted again.
+        auto* poll = new QTimer(&window);
+        QObject::connect(poll, &QTimer::timeout, &window, [&window, poll] {
+            if (!window.Started()) return;
+            poll->stop();
+            QTimer::singleShot(0, &window, [&window] {
+                std::cout << "shown" << std::endl;
+                window.close();
+            });
+        });
+        poll->start(0);
+    }
+    return app.exec();
+}
