@@ -92,6 +92,7 @@ void ReportSolutionFound(Context& c, int32_t lados, int32_t triangulo) {
 
 void BusquedaPorTriangulos(Context& c) {
     if (c.mFinAnalisis) return;
+    if (c.mVistaTriangulos.empty()) Tri_BaseDatosAmemoria(c);
     CalculaDistanciasEnPantalla(c);
     Tri_CalculaTriangulosDeLaImagen(c);
     if (c.mFinAnalisis) return;

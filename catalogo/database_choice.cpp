@@ -149,7 +149,8 @@ bool CambioBaseDatos(Context& c, int actual, int pedida) {
         // Its few megabytes are read record by record by every trial of the triangle search.
         c.gCanalEstrellas->KeepInMemory();
         c.gBaseDatos = 2;
-        Tri_BaseDatosAmemoria(c);
+        // The triangles are read by the first triangle search: the pattern search may solve first.
+        LiberaMemoriaBaseDatos(c);
         c.gZonaCielo = 3;
     }
     return true;
