@@ -355,8 +355,17 @@ class SourceFinder {
         if (merged) {
             if (splits == kSplits) return;
             const std::vector<std::vector<int32_t>> parts = grouper_.Within(group, 2 * threshold);
+            const size_t first = found.size();
             for (const auto& part : parts)
                 Take(part, 2 * threshold, splits + 1, parted || parts.size() > 1, found);
+            // The parts are cores over a higher threshold: the group's light is shared among them, so
+            // that merged bright stars keep their place among the others.
+            double cores = 0;
+            for (size_t k = first; k < found.size(); ++k)
+                cores += found[k].flux;
+            if (cores > 0)
+                for (size_t k = first; k < found.size(); ++k)
+                    found[k].flux *= s.flux / cores;
             return;
         }
         if (splits > 0 && !parted) return;

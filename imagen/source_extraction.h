@@ -42,7 +42,7 @@ struct SourceOptions {
     double contrast = 5;
     // Where the local noise is more than this many times the plain sky's, the sources stand on
     // clutter: they come after all the others.
-    double clutter = 2;
+    double clutter = 1.5;
     // The most sources answered.
     size_t most = 300;
 };
