@@ -1,4 +1,5 @@
 #include "interfaz/dialogs.h"
+#include "interfaz/qt_text.h"
 
 #include <QDialogButtonBox>
 #include <QGridLayout>
@@ -15,10 +16,6 @@
 namespace tornel {
 
 namespace {
-
-QString Q(const std::string& s) {
-    return QString::fromStdString(s);
-}
 
 // A whole number within [lo, hi] from a combo's text.
 bool Whole(const std::string& text, int lo, int hi, int& value) {

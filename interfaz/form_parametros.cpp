@@ -1,4 +1,5 @@
 #include "interfaz/form_parametros.h"
+#include "interfaz/qt_text.h"
 
 #include <QCheckBox>
 #include <QFileDialog>
@@ -21,10 +22,6 @@
 namespace tornel {
 
 namespace {
-
-QString Q(const std::string& s) {
-    return QString::fromStdString(s);
-}
 
 std::string Text(const QLineEdit* e) {
     return e->text().toStdString();

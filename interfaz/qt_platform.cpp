@@ -1,4 +1,5 @@
 #include "interfaz/qt_platform.h"
+#include "interfaz/qt_text.h"
 
 #include <QApplication>
 #include <QFileDialog>
@@ -11,10 +12,6 @@
 namespace tornel {
 
 namespace {
-
-QString Q(const std::string& s) {
-    return QString::fromStdString(s);
-}
 
 QColor ColourOf(OverlayColour colour) {
     switch (colour) {
