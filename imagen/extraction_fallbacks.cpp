@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdint>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "imagen/imagen.h"
@@ -159,7 +160,11 @@ int32_t ExtractStarsWithFallbacks(Context& c) {
         const ImageKept kept(c);
         c.mFinAnalisis = false;
         c.gBrilloMaximo = SubtractLocalBackground(c);
+        // The area is fixed again, now perhaps narrowed to the centre: the user's stays the patterns'.
+        const auto area =
+            std::tuple{c.patternArea, c.patternXMin, c.patternXMax, c.patternYMin, c.patternYMax};
         CalculaBrilloDeFondoYumbral(c);
+        std::tie(c.patternArea, c.patternXMin, c.patternXMax, c.patternYMin, c.patternYMax) = area;
         c.mNumSeleccionadas = anteriores;
         if (!c.mFinAnalisis) again = ExtraeEstrellasLaberinto(c);
         // The fainter stars for the check of an answer come from the image and the outlines these
