@@ -10,7 +10,7 @@ namespace tornel {
 
 namespace {
 
-// Cells of more pixels than four times this are sampled.
+// Cells of more pixels than twice this are sampled, a pixel in four.
 constexpr int32_t kCellSample = 1024;
 
 // The background and noise of one cell: the values clipped at 3 sigmas about their median, three
@@ -105,7 +105,7 @@ Planes MakePlanes(const SourceImage& image, int32_t cellSide) {
             const auto y0 = static_cast<int32_t>(j * ch), y1 = static_cast<int32_t>((j + 1) * ch);
             cell.clear();
             // A pixel in four of a large cell tells its level and noise as well as all of them.
-            const int32_t step = (x1 - x0) * (y1 - y0) > 4 * kCellSample ? 2 : 1;
+            const int32_t step = (x1 - x0) * (y1 - y0) > 2 * kCellSample ? 2 : 1;
             for (int32_t y = y0; y < y1; y += step) {
                 const int16_t* row = image.origin + y * image.stride;
                 for (int32_t x = x0 + (y / step) % step; x < x1; x += step)
