@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <map>
+#include <memory>
 #include <numbers>
 
 #include "astrometria/plate_model.h"
@@ -102,6 +104,14 @@ class Search {
     const QuadIndex& index_;
     std::vector<ImageStar> stars_;
     std::vector<std::array<double, 2>> checkStars_;
+    // The brightest n image stars hashed at the match radius, for each n the checks use: made once a
+    // search, not once a hypothesis.
+    struct ImageField {
+        std::vector<std::array<double, 2>> points;
+        std::unique_ptr<StarGrid> grid;
+    };
+    std::map<size_t, ImageField> fields_;
+    const ImageField& FieldOf(size_t imageStars, double radius);
     std::vector<QuadHit> hits_;
     std::chrono::steady_clock::time_point start_, lastYield_;
     bool stop_ = false;
@@ -305,12 +315,23 @@ std::vector<uint32_t> Search::StarsInView(size_t count) {
 
 // Pairs of the index stars `catalogue` and the brightest `imageStars` image stars within `radius`
 // pixels, one to one, through the plate in Cij.
+const Search::ImageField& Search::FieldOf(size_t imageStars, double radius) {
+    imageStars = std::min(imageStars, stars_.size());
+    auto [at, made] = fields_.try_emplace(imageStars);
+    ImageField& field = at->second;
+    if (made) {
+        for (size_t k = 0; k < imageStars; ++k)
+            field.points.push_back({stars_[k].x, stars_[k].y});
+        field.grid = std::make_unique<StarGrid>(field.points, radius);
+    }
+    return field;
+}
+
 std::vector<Match> Search::MatchField(const std::vector<uint32_t>& catalogue, size_t imageStars,
                                       double radius) {
-    std::vector<std::array<double, 2>> image;
-    for (size_t k = 0; k < std::min(imageStars, stars_.size()); ++k)
-        image.push_back({stars_[k].x, stars_[k].y});
-    const StarGrid grid(image, radius);
+    const ImageField& field = FieldOf(imageStars, radius);
+    const std::vector<std::array<double, 2>>& image = field.points;
+    const StarGrid& grid = *field.grid;
     const PlateInverse inverse = InvertPlate(c_.Cij);
     struct Pair {
         double d;
