@@ -26,28 +26,21 @@
 #include "interfaz/qt_platform.h"
 #include "tests/support/generated_sky.h"
 #include "tests/support/temp_folder.h"
+#include "tests/support/user_answers.h"
 
 namespace tornel {
 namespace {
 
 // The window's platform with the user's answers given in advance: boxes are recorded, questions and
 // file dialogs answered from queues.
-class AnsweringPlatform : public QtPlatform {
+class AnsweringPlatform : public QtPlatform, public testing::UserAnswers {
   public:
-    void MessageBox(const std::string& text) override { messages.push_back(text); }
+    void MessageBox(const std::string& text) override { Box(text); }
     bool AskYesNo(const std::string& text, const std::string&, bool safeDefault) override {
-        questions.push_back(text);
-        if (answers.empty()) return safeDefault;
-        bool a = answers.front();
-        answers.pop_front();
-        return a;
+        return Ask(text, safeDefault);
     }
     std::optional<std::string> ChooseFile(const FileDialogRequest& request) override {
-        dialogs.push_back(request);
-        if (chosen.empty()) return std::nullopt;
-        std::string path = chosen.front();
-        chosen.pop_front();
-        return path;
+        return Choose(request);
     }
     void DoEvents() override {
         QtPlatform::DoEvents();
@@ -58,10 +51,6 @@ class AnsweringPlatform : public QtPlatform {
             if (m.find(text) != std::string::npos) return true;
         return false;
     }
-    std::vector<std::string> messages, questions;
-    std::vector<FileDialogRequest> dialogs;
-    std::deque<bool> answers;
-    std::deque<std::string> chosen;
     std::function<void()> onPump;
 };
 
@@ -464,7 +453,7 @@ void WindowTest::profileRoundTrip() {
     p.c.gIdioma = 2;
     p.c.gOrigenCoordenadas = 0;
     const std::string profile = p.home.File("night.txt");
-    p.platform.chosen.push_back(profile);
+    p.platform.chosenFiles.push_back(profile);
     p.window->Action("mPerfilSalvar")->trigger();
     QVERIFY(FileExists(profile));
     QCOMPARE(p.platform.dialogs.back().kind, FileDialogKind::Save);
@@ -474,7 +463,7 @@ void WindowTest::profileRoundTrip() {
     p.c.gIdioma = 0;
     p.c.gOrigenCoordenadas = 1;
     p.window->IdiomaMenus();
-    p.platform.chosen.push_back(profile);
+    p.platform.chosenFiles.push_back(profile);
     p.window->Action("mPerfilCargar")->trigger();
     QCOMPARE(p.c.gLadosParaParar, 33);
     QCOMPARE(p.c.gIdioma, 2);
@@ -486,7 +475,7 @@ void WindowTest::profileRoundTrip() {
     // A file that is not a profile is refused and changes nothing; a cancelled dialog neither.
     const std::string notes = p.home.File("notes.txt");
     std::ofstream(notes) << "clear night\r\n";
-    p.platform.chosen.push_back(notes);
+    p.platform.chosenFiles.push_back(notes);
     p.c.gLadosParaParar = 40;
     p.window->Action("mPerfilCargar")->trigger();
     QVERIFY(p.platform.Told(notes + " n'est pas un fichier de paramètres."));
@@ -626,7 +615,7 @@ void WindowTest::fileDialogFilters() {
     QVERIFY(!p.c.gImagenEnPantalla);
     // A choice opens the image in path mode.
     p.window->Action("mEsperaImagenDelMensaje")->trigger();
-    p.platform.chosen.push_back(FieldImage(p.home, 300, 200));
+    p.platform.chosenFiles.push_back(FieldImage(p.home, 300, 200));
     p.window->Action("mImagenRuta")->trigger();
     QCOMPARE(p.c.gOrigenImagen, int16_t{0});
     QVERIFY(p.c.gImagenEnPantalla);

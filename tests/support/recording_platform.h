@@ -8,18 +8,15 @@
 #include <vector>
 
 #include "comun/platform.h"
+#include "tests/support/user_answers.h"
 
 namespace tornel::testing {
 
-class RecordingPlatform : public Platform {
+class RecordingPlatform : public Platform, public UserAnswers {
   public:
-    void MessageBox(const std::string& text) override { messages.push_back(text); }
+    void MessageBox(const std::string& text) override { Box(text); }
     bool AskYesNo(const std::string& text, const std::string&, bool safeDefault) override {
-        questions.push_back(text);
-        if (answers.empty()) return safeDefault;
-        bool a = answers.front();
-        answers.pop_front();
-        return a;
+        return Ask(text, safeDefault);
     }
     void SetTitle(const std::string& text) override { titles.push_back(text); }
     void SetResultLabel(const std::string& text) override { labels.push_back(text); }
@@ -29,11 +26,7 @@ class RecordingPlatform : public Platform {
         if (onDoEvents) onDoEvents();
     }
     std::optional<std::string> ChooseFile(const FileDialogRequest& request) override {
-        dialogs.push_back(request);
-        if (chosenFiles.empty()) return std::nullopt;
-        auto f = chosenFiles.front();
-        chosenFiles.pop_front();
-        return f;
+        return Choose(request);
     }
     void ShowWait(const std::string& text) override {
         waitTexts.push_back(text);
@@ -54,11 +47,8 @@ class RecordingPlatform : public Platform {
     }
     std::string LastLabel() const { return labels.empty() ? std::string{} : labels.back(); }
 
-    std::vector<std::string> messages, questions, titles, labels, summary, waitTexts;
+    std::vector<std::string> titles, labels, summary, waitTexts;
     bool waitShown = false;
-    std::vector<FileDialogRequest> dialogs;
-    std::deque<bool> answers;
-    std::deque<std::string> chosenFiles;
     std::function<void()> onDoEvents;
     std::function<std::chrono::system_clock::time_point()> now;
     int doEventsCalls = 0;
