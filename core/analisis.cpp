@@ -40,6 +40,13 @@ void ShowCentre(Context& c) {
 
 // The database roads as they stand, on the database and zone of the parameters.
 void DatabaseRoads(Context& c);
+bool DefersExtraction(const Context& c);
+bool IsReferenceImage(const Context& c) {
+    return c.gRutaImagen.size() > 11 && ToLower(c.gNombreImagen.substr(0, 7)) == "referen";
+}
+void ExtractAndSquare(Context& c, double inicio);
+// The database roads' stars, when the pattern search went first and left them for later.
+void ExtractDeferredStars(Context& c);
 
 void SearchDispatch(Context& c) {
     const bool patterns = c.gBusquedaPorPatrones != 0, first = PatternsGoFirst(c);
@@ -52,6 +59,8 @@ void SearchDispatch(Context& c) {
         }
         c.mFinAnalisis = false;
     }
+    ExtractDeferredStars(c);
+    if (c.mFinAnalisis) return;
     DatabaseRoads(c);
     if (!patterns || first || c.gHaySolucion || c.gDetenerAnalisis ||
         !FileExists(c.gCarpetaEstrellas + kQuadIndexFile))
@@ -243,13 +252,42 @@ void TratamientoDeLaImagen(Context& c) {
         CalculaBrilloDeFondoYumbral(c);
         c.platform.ImageChanged();
         c.mSoloExtraer = false;
-        ExtraeEstrellas(c);
-        std::string t = FormatNumber(Ahora(c) - inicio, "0.0");
-        ParaResumen(c, "Tiempo de extracción = " + t, "Temps d'extraction = " + t,
-                    "Stars extraction time = " + t);
-        if (!c.mSoloRecentrado) CuadraPixeles(c);
+        c.starsDeferred = DefersExtraction(c);
+        if (c.starsDeferred) {
+            c.mNumSeleccionadas = c.mNumCandidatas = c.mNumContornos = 0;
+            CuadraPixeles(c);
+            return;
+        }
+        ExtractAndSquare(c, inicio);
     });
 }
+
+namespace {
+
+// The recentering and a reference image need the extraction's stars whatever road solves.
+bool DefersExtraction(const Context& c) {
+    if (c.mSoloRecentrado || !PatternsGoFirst(c)) return false;
+    return !IsReferenceImage(c);
+}
+
+void ExtractAndSquare(Context& c, double inicio) {
+    ExtraeEstrellas(c);
+    std::string t = FormatNumber(Ahora(c) - inicio, "0.0");
+    ParaResumen(c, "Tiempo de extracción = " + t, "Temps d'extraction = " + t,
+                "Stars extraction time = " + t);
+    if (!c.mSoloRecentrado) CuadraPixeles(c);
+}
+
+void ExtractDeferredStars(Context& c) {
+    if (!c.starsDeferred || c.mFinAnalisis) return;
+    c.starsDeferred = false;
+    WithTrap(c, "ExtractDeferredStars", [&] {
+        ParaResumen(c, "      ** ESTRELLAS **", "      ** ETOILES **", "      ** STARS **");
+        ExtractAndSquare(c, Ahora(c));
+    });
+}
+
+}  // namespace
 
 void PreparaNuevaImagen(Context& c) {
     if (c.mFinAnalisis) return;
@@ -369,7 +407,7 @@ void ReportSelectedStars(Context& c) {
 }
 
 void ReferenceAndDrift(Context& c) {
-    if (c.gRutaImagen.size() > 11 && ToLower(c.gNombreImagen.substr(0, 7)) == "referen") AceptaReferencia(c);
+    if (IsReferenceImage(c)) AceptaReferencia(c);
     if (c.mNumSeleccionadas > 0) {
         CalculaDescentradoConAnterior(c);
         CalculaDescentradoConReferencia(c);

@@ -77,6 +77,9 @@ struct ImageState {
     int32_t mNumSeleccionadas = 0;
     int32_t mNumCandidatas = 0;
     int32_t mNumContornos = 0;
+    // The pattern search goes first and makes its own stars: the database roads' extraction waits
+    // until they run, which a solved pattern search spares.
+    bool starsDeferred = false;
 
     // Star clicks of the calibration, invalidated by each extraction.
     double mCalibracionX1 = 0, mCalibracionY1 = 0;
