@@ -46,6 +46,10 @@ constexpr double kNarrowestField = 0.1, kWidestField = 120;
 // first: the distance road analyses only the central half degree, and a wide field shows too few
 // stars there at the scale it must know exactly.
 constexpr double kWidestFieldForDistances = 3;
+// Most quads of the index that one image quad is tried against.
+constexpr size_t kMostHits = 1024;
+// How far the field that a quad's size gives, taking the scale as even, may stray from the exact one.
+constexpr double kEvenScaleMargin = 1.5;
 // How often the search lets other work run (a stop, the time limit, the caption).
 constexpr double kYieldSeconds = 0.02;
 
@@ -203,21 +207,21 @@ bool Search::TryQuad(const std::array<size_t, 4>& members) {
     if (!MakeQuad(points, quad) || quad.diameter < kLeastQuadPixels) return false;
     const double tolerance =
         std::clamp(std::numbers::sqrt2 * kPositionError / quad.diameter * 2, kLeastTolerance, kMostTolerance);
-    // Levels whose quads, at this size in pixels, give a field the hints allow.
     const double diagonal = 2 * HalfDiagonal(c_);
     for (const Quad& q : {quad, MirroredQuad(quad)}) {
-        for (size_t level = 0; level < index_.Levels().size(); ++level) {
-            const QuadLevel& l = index_.Levels()[level];
-            if (l.high * diagonal / quad.diameter < fieldLow_ ||
-                l.low * diagonal / quad.diameter > fieldHigh_)
-                continue;
-            hits_.clear();
-            index_.Lookup(level, q.code, tolerance, hits_, 64);
-            ++c_.patternLookups;
-            for (const QuadHit& hit : hits_) {
-                if (TryHit(q, members, hit)) return true;
-                if (c_.mFinAnalisis) return false;
-            }
+        hits_.clear();
+        index_.Lookup(q.code, tolerance, hits_, kMostHits);
+        ++c_.patternLookups;
+        // The nearest codes first; hits of a size that gives a field the hints rule out, at a
+        // scale taken as even across the field (a wide lens is allowed its margin), are passed over.
+        std::sort(hits_.begin(), hits_.end(),
+                  [](const QuadHit& a, const QuadHit& b) { return a.distance2 < b.distance2; });
+        for (const QuadHit& hit : hits_) {
+            const IndexStar a = index_.Star(hit.stars[0]), b = index_.Star(hit.stars[1]);
+            const double field = AngularDistance(a.ra, a.dec, b.ra, b.dec) * diagonal / quad.diameter;
+            if (field < fieldLow_ / kEvenScaleMargin || field > fieldHigh_ * kEvenScaleMargin) continue;
+            if (TryHit(q, members, hit)) return true;
+            if (c_.mFinAnalisis) return false;
         }
     }
     return false;
@@ -403,10 +407,10 @@ void Search::Publish(const Verification& v) {
     const double ra = c_.mRAconvertida, dec = c_.mDECconvertida;
     PublishSolutionCentre(c_, ra, dec, sides);
     PublishImageAngle(c_);
-    const std::string n = std::to_string(c_.patternHypotheses);
-    ParaResumen(c_, "Patrones: solución tras " + n + " hipótesis",
-                "Motifs: solution après " + n + " hypothèses",
-                "Patterns: solution after " + n + " hypotheses");
+    const std::string n = std::to_string(c_.patternHypotheses), l = std::to_string(c_.patternLookups);
+    ParaResumen(c_, "Patrones: solución tras " + n + " hipótesis, " + l + " consultas al índice",
+                "Motifs: solution après " + n + " hypothèses, " + l + " consultations de l'index",
+                "Patterns: solution after " + n + " hypotheses, " + l + " index lookups");
     ReportVerification(c_, v);
     c_.lastVerification = v;
     GrabaTornelPos(c_, 1, sides);

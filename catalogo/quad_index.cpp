@@ -85,32 +85,32 @@ bool QuadIndex::Open(const std::string& path, std::string& error) {
         return refuse("is not a pattern index");
     const auto levels = Load<uint32_t>(base_ + 8);
     starCount_ = Load<uint32_t>(base_ + 12);
+    quadCount_ = Load<uint64_t>(base_ + 16);
     if (levels == 0 || levels > 64) return refuse("names " + std::to_string(levels) + " levels");
     const uint64_t starsAt = kQuadHeaderBytes + uint64_t{levels} * kQuadLevelBytes;
-    const uint64_t quadsAt = starsAt + uint64_t{starCount_} * kQuadStarBytes;
-    if (quadsAt > length_) return refuse("is shorter than its star table");
+    const uint64_t codesAt = starsAt + uint64_t{starCount_} * kQuadStarBytes;
+    if (codesAt > length_) return refuse("is shorter than its star table");
+    if (quadCount_ != (length_ - codesAt) / (kQuadCodeBytes + kQuadMemberBytes) ||
+        codesAt + quadCount_ * (kQuadCodeBytes + kQuadMemberBytes) != length_)
+        return refuse("has a length that disagrees with its tables");
     stars_ = base_ + starsAt;
-    uint64_t nextQuad = 0;
+    uint64_t quads = 0;
     for (uint32_t l = 0; l < levels; ++l) {
         const unsigned char* p = base_ + kQuadHeaderBytes + uint64_t{l} * kQuadLevelBytes;
         QuadLevel level;
         level.low = Load<float>(p);
         level.high = Load<float>(p + 4);
-        level.firstQuad = Load<uint64_t>(p + 8);
-        level.quads = Load<uint64_t>(p + 16);
-        level.firstStar = Load<uint64_t>(p + 24);
-        level.stars = Load<uint64_t>(p + 32);
+        level.quads = Load<uint64_t>(p + 8);
+        level.firstStar = Load<uint64_t>(p + 16);
+        level.stars = Load<uint64_t>(p + 24);
         if (!(level.low > 0 && level.high > level.low && level.high <= 180))
             return refuse("has a level of sizes out of order");
         if (l > 0 && !(level.low > levels_.back().low)) return refuse("has its levels out of order");
-        // Quads follow one another level by level; star groups come coarsest first.
-        if (level.firstQuad != nextQuad || level.quads > (length_ - quadsAt) / kQuadBytes)
-            return refuse("has a quad table that disagrees with its length");
-        nextQuad += level.quads;
+        if (level.quads > quadCount_ - quads) return refuse("has levels of more quads than its tree");
+        quads += level.quads;
         levels_.push_back(level);
     }
-    if (quadsAt + nextQuad * kQuadBytes != length_)
-        return refuse("has a length that disagrees with its tables");
+    if (quads != quadCount_) return refuse("has levels of fewer quads than its tree");
     uint64_t star = 0;
     for (size_t l = levels_.size(); l-- > 0;) {
         if (levels_[l].firstStar != star || levels_[l].stars > starCount_ - star)
@@ -118,16 +118,18 @@ bool QuadIndex::Open(const std::string& path, std::string& error) {
         star += levels_[l].stars;
     }
     if (star != starCount_) return refuse("has stars that no level owns");
-    quads_ = base_ + quadsAt;
+    codes_ = base_ + codesAt;
+    members_ = codes_ + quadCount_ * kQuadCodeBytes;
     return true;
 }
 
 void QuadIndex::Close() {
     if (base_) ::munmap(const_cast<unsigned char*>(base_), length_);
     base_ = nullptr;
-    stars_ = quads_ = nullptr;
+    stars_ = codes_ = members_ = nullptr;
     length_ = 0;
     starCount_ = 0;
+    quadCount_ = 0;
     levels_.clear();
 }
 
@@ -136,34 +138,41 @@ IndexStar QuadIndex::Star(uint32_t n) const {
     return {Load<float>(p), Load<float>(p + 4), Load<float>(p + 8)};
 }
 
-StoredQuad QuadIndex::QuadAt(uint64_t n) const {
-    const unsigned char* p = quads_ + n * kQuadBytes;
-    StoredQuad q;
+std::array<uint16_t, 4> QuadIndex::CodeAt(uint64_t n) const {
+    const unsigned char* p = codes_ + n * kQuadCodeBytes;
+    std::array<uint16_t, 4> code;
     for (size_t k = 0; k < 4; ++k)
-        q.code[k] = Load<uint16_t>(p + 2 * k);
-    for (size_t k = 0; k < 4; ++k)
-        q.stars[k] = Load<uint32_t>(p + 8 + 4 * k);
-    return q;
+        code[k] = Load<uint16_t>(p + 2 * k);
+    return code;
 }
 
-void QuadIndex::Search(const QuadLevel& level, uint64_t lo, uint64_t hi, int depth,
-                       const std::array<double, 4>& q, double tol2, double tolerance,
-                       std::vector<QuadHit>& hits, size_t limit) const {
+std::array<uint32_t, 4> QuadIndex::MembersAt(uint64_t n) const {
+    const unsigned char* p = members_ + n * kQuadMemberBytes;
+    std::array<uint32_t, 4> stars;
+    for (size_t k = 0; k < 4; ++k)
+        stars[k] = Load<uint32_t>(p + 4 * k);
+    return stars;
+}
+
+void QuadIndex::Search(uint64_t lo, uint64_t hi, int depth, const std::array<double, 4>& q, double tol2,
+                       double tolerance, std::vector<QuadHit>& hits, size_t limit) const {
     while (lo < hi && hits.size() < limit) {
         const uint64_t mid = lo + (hi - lo) / 2;
-        const StoredQuad s = QuadAt(level.firstQuad + mid);
+        const std::array<uint16_t, 4> code = CodeAt(mid);
         double d2 = 0;
         for (size_t k = 0; k < 4; ++k)
-            d2 += (s.code[k] - q[k]) * (s.code[k] - q[k]);
-        if (d2 <= tol2 &&
-            std::all_of(s.stars.begin(), s.stars.end(), [&](uint32_t n) { return n < starCount_; })) {
-            const double unit = kCodeSpan / kStoredSteps;
-            hits.push_back({s.stars, d2 * unit * unit});
+            d2 += (code[k] - q[k]) * (code[k] - q[k]);
+        if (d2 <= tol2) {
+            const std::array<uint32_t, 4> stars = MembersAt(mid);
+            if (std::all_of(stars.begin(), stars.end(), [&](uint32_t n) { return n < starCount_; })) {
+                const double unit = kCodeSpan / kStoredSteps;
+                hits.push_back({stars, d2 * unit * unit});
+            }
         }
         const size_t axis = static_cast<size_t>(depth % 4);
-        const bool lower = q[axis] - tolerance <= s.code[axis], upper = q[axis] + tolerance >= s.code[axis];
+        const bool lower = q[axis] - tolerance <= code[axis], upper = q[axis] + tolerance >= code[axis];
         if (lower && upper) {
-            Search(level, lo, mid, depth + 1, q, tol2, tolerance, hits, limit);
+            Search(lo, mid, depth + 1, q, tol2, tolerance, hits, limit);
             lo = mid + 1;
         } else if (lower) {
             hi = mid;
@@ -174,14 +183,14 @@ void QuadIndex::Search(const QuadLevel& level, uint64_t lo, uint64_t hi, int dep
     }
 }
 
-void QuadIndex::Lookup(size_t level, const QuadCode& code, double tolerance, std::vector<QuadHit>& hits,
+void QuadIndex::Lookup(const QuadCode& code, double tolerance, std::vector<QuadHit>& hits,
                        size_t limit) const {
-    if (level >= levels_.size()) return;
+    if (!IsOpen()) return;
     std::array<double, 4> q{};
     for (size_t k = 0; k < 4; ++k)
         q[k] = (code[k] - kCodeLow) / kCodeSpan * kStoredSteps;
     const double t = tolerance / kCodeSpan * kStoredSteps;
-    Search(levels_[level], 0, levels_[level].quads, 0, q, t * t, t, hits, hits.size() + limit);
+    Search(0, quadCount_, 0, q, t * t, t, hits, hits.size() + limit);
 }
 
 void QuadIndex::StarsNear(size_t level, double ra, double dec, double radius, std::vector<uint32_t>& out,
@@ -214,10 +223,6 @@ void QuadIndex::StarsNear(size_t level, double ra, double dec, double radius, st
                 const auto n = static_cast<uint32_t>(g.firstStar + k);
                 const IndexStar s = Star(n);
                 if (StarZone(s.dec, g.low) != zone || s.ra > to) break;
-                if (!exact && halfWidth < 180) {
-                    out.push_back(n);
-                    continue;
-                }
                 if (!exact && halfWidth < 180) {
                     out.push_back(n);
                     continue;

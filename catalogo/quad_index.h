@@ -5,18 +5,20 @@
 // builder replaces the file by a rename, so a mapping keeps the file it was made on.
 //
 // Layout, little-endian, no padding:
-//   header      magic "TQUADS01", u32 levels, u32 stars, u32 reserved[2]                 (24 bytes)
-//   levels x    f32 low, f32 high (degrees: |AB| of its quads), u64 first quad, u64 quads,
-//               u64 first star, u64 stars                                                    (40 bytes)
+//   header      magic "TQUADS02", u32 levels, u32 stars, u64 quads                          (24 bytes)
+//   levels x    f32 low, f32 high (degrees: |AB| of its quads), u64 quads, u64 first star,
+//               u64 stars, u64 reserved                                                       (40 bytes)
 //   stars x     f32 ra, f32 dec (degrees J2000), f32 mag                                     (12 bytes)
-//   quads x     u16 code[4], u32 star[4] (A, B, C, D)                                        (24 bytes)
+//   codes x     u16 code[4]                                                                   (8 bytes)
+//   members x   u32 star[4] (A, B, C, D), in the order of the codes                          (16 bytes)
 // The stars of a level are those its quads were chosen among; a star chosen at a level is chosen at
 // every finer one. They are stored by the coarsest level that chose them, coarsest first; so the stars
 // of level L are the groups of L and coarser, and a level's "first star, stars" name its own group.
 // A group is sorted by zone, then right ascension: zone = floor((dec + 90) / low) of its level, on
-// the stored values, so that a circle is read zone by zone and costs about what it holds. The quads of a
-// level form an implicit k-d tree over the code: the median of the range by axis depth % 4, the lower half
-// before it, the upper after.
+// the stored values, so that a circle is read zone by zone and costs about what it holds.
+// The quads of every level form one implicit k-d tree over the code (the median of the range by axis
+// depth % 4, the lower half before it, the upper after): an image quad of unknown scale is looked up
+// once, not once a level, and the codes lie apart from the members so that a walk reads 8 bytes a node.
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -27,12 +29,12 @@
 
 namespace tornel {
 
-inline constexpr char kQuadIndexMagic[8] = {'T', 'Q', 'U', 'A', 'D', 'S', '0', '1'};
+inline constexpr char kQuadIndexMagic[8] = {'T', 'Q', 'U', 'A', 'D', 'S', '0', '2'};
 inline constexpr const char* kQuadIndexFile = "quads.bin";
 inline constexpr size_t kQuadHeaderBytes = 24;
 inline constexpr size_t kQuadLevelBytes = 40;
 inline constexpr size_t kQuadStarBytes = 12;
-inline constexpr size_t kQuadBytes = 24;
+inline constexpr size_t kQuadCodeBytes = 8, kQuadMemberBytes = 16;
 // The code's values lie in [-0.21, 1.21]; stored on 16 bits over this span.
 inline constexpr double kCodeLow = -0.25, kCodeSpan = 1.5;
 
@@ -46,8 +48,8 @@ struct IndexStar {
 };
 
 struct QuadLevel {
-    double low = 0, high = 0;  // degrees
-    uint64_t firstQuad = 0, quads = 0;
+    double low = 0, high = 0;           // degrees
+    uint64_t quads = 0;                 // how many of the tree's quads are of this level
     uint64_t firstStar = 0, stars = 0;  // the level's own group
 };
 
@@ -82,9 +84,11 @@ class QuadIndex {
     uint32_t StarCount() const { return starCount_; }
     IndexStar Star(uint32_t n) const;
 
-    // Quads of `level` whose code lies within `tolerance` of `code` (Euclidean), appended to `hits`.
-    // A quad naming a star past the table is passed over. Stops after `limit` hits.
-    void Lookup(size_t level, const QuadCode& code, double tolerance, std::vector<QuadHit>& hits,
+    uint64_t QuadCount() const { return quadCount_; }
+
+    // Quads of every level whose code lies within `tolerance` of `code` (Euclidean), appended to
+    // `hits`. A quad naming a star past the table is passed over. Stops after `limit` hits.
+    void Lookup(const QuadCode& code, double tolerance, std::vector<QuadHit>& hits,
                 size_t limit = 1000) const;
 
     // The stars of `level` (its group and the coarser ones) within `radius` degrees of (ra, dec),
@@ -96,17 +100,20 @@ class QuadIndex {
                    bool exact = true) const;
 
   private:
-    StoredQuad QuadAt(uint64_t n) const;
-    void Search(const QuadLevel& level, uint64_t lo, uint64_t hi, int depth, const std::array<double, 4>& q,
-                double tol2, double tolerance, std::vector<QuadHit>& hits, size_t limit) const;
+    std::array<uint16_t, 4> CodeAt(uint64_t n) const;
+    std::array<uint32_t, 4> MembersAt(uint64_t n) const;
+    void Search(uint64_t lo, uint64_t hi, int depth, const std::array<double, 4>& q, double tol2,
+                double tolerance, std::vector<QuadHit>& hits, size_t limit) const;
 
     const unsigned char* base_ = nullptr;
     size_t length_ = 0;
     std::string path_;
     uint32_t starCount_ = 0;
+    uint64_t quadCount_ = 0;
     std::vector<QuadLevel> levels_;
     const unsigned char* stars_ = nullptr;
-    const unsigned char* quads_ = nullptr;
+    const unsigned char* codes_ = nullptr;
+    const unsigned char* members_ = nullptr;
 };
 
 }  // namespace tornel

@@ -98,7 +98,8 @@ std::string OptionsText(const BuildOptions& o) {
     if (o.quads)
         s << "quad-first-level " << ShortestText(o.quadChoice.firstLevel) << "\nquad-levels "
           << o.quadChoice.levels << "\nquad-stars " << o.quadChoice.starsPerCell << "\nquad-per-cell "
-          << o.quadChoice.quadsPerCell << "\nquad-star-uses " << o.quadChoice.starUses << "\n";
+          << o.quadChoice.quadsPerCell << "\nquad-star-uses " << o.quadChoice.starUses << "\nquad-format "
+          << kQuadIndexMagic[7] << "\n";
     return s.str();
 }
 

@@ -165,19 +165,22 @@ std::string BuildQuadIndex(const std::vector<NumberedStar>& stars, const QuadCho
                 s.dec.push_back(byMag[i].dec);
             }
         const double low = LevelLow(choice, level);
-        auto quads =
+        levels[static_cast<size_t>(level)] =
             LevelQuads(s, low, low * std::numbers::sqrt2, choice, tableNumber, progress, done, total);
-        ArrangeAsTree(quads);
-        levels[static_cast<size_t>(level)] = std::move(quads);
     }
+    std::vector<StoredQuad> tree;
+    report.quadsPerLevel.clear();
+    for (auto& level : levels) {
+        report.quadsPerLevel.push_back(static_cast<int64_t>(level.size()));
+        tree.insert(tree.end(), level.begin(), level.end());
+        std::vector<StoredQuad>().swap(level);
+    }
+    ArrangeAsTree(tree);
 
     std::string out(kQuadIndexMagic, sizeof kQuadIndexMagic);
     Put(out, static_cast<uint32_t>(choice.levels));
     Put(out, static_cast<uint32_t>(table.size()));
-    Put(out, uint32_t{0});
-    Put(out, uint32_t{0});
-    uint64_t firstQuad = 0;
-    report.quadsPerLevel.clear();
+    Put(out, static_cast<uint64_t>(tree.size()));
     for (int32_t level = 0; level < choice.levels; ++level) {
         const double low = LevelLow(choice, level);
         // The group of this level: stars whose coarsest level it is, after the coarser groups.
@@ -187,15 +190,12 @@ std::string BuildQuadIndex(const std::vector<NumberedStar>& stars, const QuadCho
             if (l > level) first = n + 1;
             if (l == level) ++count;
         }
-        const auto quads = static_cast<uint64_t>(levels[static_cast<size_t>(level)].size());
         Put(out, static_cast<float>(low));
         Put(out, static_cast<float>(low * std::numbers::sqrt2));
-        Put(out, firstQuad);
-        Put(out, quads);
+        Put(out, static_cast<uint64_t>(report.quadsPerLevel[static_cast<size_t>(level)]));
         Put(out, first);
         Put(out, count);
-        firstQuad += quads;
-        report.quadsPerLevel.push_back(static_cast<int64_t>(quads));
+        Put(out, uint64_t{0});
     }
     for (int32_t i : table) {
         const NumberedStar& s = byMag[static_cast<size_t>(i)];
@@ -203,16 +203,15 @@ std::string BuildQuadIndex(const std::vector<NumberedStar>& stars, const QuadCho
         Put(out, static_cast<float>(s.dec));
         Put(out, s.mag);
     }
-    for (const auto& level : levels)
-        for (const StoredQuad& q : level) {
-            for (uint16_t v : q.code)
-                Put(out, v);
-            for (uint32_t v : q.stars)
-                Put(out, v);
-        }
+    for (const StoredQuad& q : tree)
+        for (uint16_t v : q.code)
+            Put(out, v);
+    for (const StoredQuad& q : tree)
+        for (uint32_t v : q.stars)
+            Put(out, v);
     report.cells = total;
     report.stars = static_cast<int64_t>(table.size());
-    report.quads = static_cast<int64_t>(firstQuad);
+    report.quads = static_cast<int64_t>(tree.size());
     return out;
 }
 

@@ -102,33 +102,33 @@ TEST_F(QuadFile, LookupFindsExactlyTheQuadsWithinTheTolerance) {
     ASSERT_TRUE(index.Open(path, error)) << error;
     ASSERT_EQ(index.Levels().size(), 6u);
     ASSERT_GT(quads, 1000);
-    // Every quad, read back whole, to compare the tree's answers with.
-    std::vector<std::vector<QuadHit>> all(index.Levels().size());
-    for (size_t l = 0; l < index.Levels().size(); ++l)
-        index.Lookup(l, {0.5, 0.5, 0.5, 0.5}, 10, all[l], 1u << 30);
-    size_t total = 0;
-    for (const auto& level : all)
-        total += level.size();
-    EXPECT_EQ(static_cast<int64_t>(total), quads);
+    // Every quad, read back whole, to compare the tree's answers with: a lookup so wide that the
+    // tree prunes nothing is a linear scan, with each quad's distance from the query.
+    std::vector<QuadHit> all;
+    index.Lookup({0.5, 0.5, 0.5, 0.5}, 10, all, 1u << 30);
+    EXPECT_EQ(static_cast<int64_t>(all.size()), quads);
+    EXPECT_EQ(static_cast<int64_t>(index.QuadCount()), quads);
+    uint64_t perLevel = 0;
+    for (const QuadLevel& level : index.Levels())
+        perLevel += level.quads;
+    EXPECT_EQ(static_cast<int64_t>(perLevel), quads);
     std::mt19937_64 rng(8);
     std::uniform_real_distribution<double> u(-0.1, 1.1);
     for (int trial = 0; trial < 200; ++trial) {
-        const size_t level = static_cast<size_t>(trial) % index.Levels().size();
         const QuadCode q{u(rng), u(rng), u(rng), u(rng)};
+        const double tolerance = trial % 2 ? 0.08 : 0.02;
         std::vector<QuadHit> hits;
-        index.Lookup(level, q, 0.08, hits, 1u << 30);
+        index.Lookup(q, tolerance, hits, 1u << 30);
         std::set<std::array<uint32_t, 4>> found, expected;
-        for (const QuadHit& h : hits)
+        for (const QuadHit& h : hits) {
             found.insert(h.stars);
-        // The hits lie within the tolerance, and none is missing: a lookup so wide that the tree
-        // prunes nothing is a linear scan, with each quad's distance from the query.
-        for (const QuadHit& h : hits)
-            EXPECT_LE(h.distance2, 0.08 * 0.08 + 1e-9);
+            EXPECT_LE(h.distance2, tolerance * tolerance + 1e-9);
+        }
         std::vector<QuadHit> everything;
-        index.Lookup(level, q, 10, everything, 1u << 30);
-        EXPECT_EQ(everything.size(), all[level].size());
+        index.Lookup(q, 10, everything, 1u << 30);
+        ASSERT_EQ(everything.size(), all.size());
         for (const QuadHit& h : everything)
-            if (h.distance2 <= 0.08 * 0.08) expected.insert(h.stars);
+            if (h.distance2 <= tolerance * tolerance) expected.insert(h.stars);
         EXPECT_EQ(found, expected);
     }
 }
@@ -169,7 +169,12 @@ TEST_F(QuadFile, AFileThatDisagreesWithItselfIsRefusedWithItsName) {
     };
     refused(bytes.substr(0, bytes.size() - 24), "a quad short");
     refused(bytes + std::string(24, '\0'), "a quad too many");
+    refused(bytes + std::string(8, '\0'), "a code without its members");
+    std::string count = bytes;
+    count[16] = static_cast<char>(count[16] + 1);  // one quad more in the header than in the levels
+    refused(count, "a tree larger than its levels");
     refused("TQUADS99" + bytes.substr(8), "another magic");
+    refused("TQUADS01" + bytes.substr(8), "the layout of one tree per level");
     refused(bytes.substr(0, 10), "a header cut short");
     std::string levels = bytes;
     levels[8] = 0;  // no levels
