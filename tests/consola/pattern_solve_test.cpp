@@ -47,6 +47,7 @@ class PatternSolve : public testing::GeneratedSkyTest {
             at = comma + 2;
         }
         err = r.err;
+        out = r.out;
         return json;
     }
 
@@ -65,7 +66,7 @@ class PatternSolve : public testing::GeneratedSkyTest {
         db::PixelToSky(geometry, geometry.width / 2.0, y, ra, dec);
     }
 
-    std::string err;
+    std::string err, out;
 };
 
 TEST_F(PatternSolve, NoScaleNoPositionAnyAngleEitherParity) {
@@ -91,12 +92,17 @@ TEST_F(PatternSolve, AWideFieldSolvesFirstByPatternsAndHintsNarrowTheSearch) {
     double ra = 0, dec = 0;
     Centre(ra, dec);
     // A position: the field is too wide for the distance road, which is not tried.
-    auto json = Solve({image, "--scale-low", "20", "--scale-high", "30", "--ra", "1", "--dec", "10"}, 0);
+    auto json =
+        Solve({image, "--scale-low", "20", "--scale-high", "30", "--ra", "1", "--dec", "10", "--verbose"}, 0);
     ExpectAt(json, ra, dec, 3 * scale / 3600);
     EXPECT_EQ(json.at("road"), "\"patterns\"");
+    // The patterns make their own stars: the database roads' extraction was never needed.
+    EXPECT_EQ(out.find("Stars extraction time"), std::string::npos) << out;
     // A scale range that excludes the true one, or a position far away within a small radius, and
-    // nothing is found.
-    Solve({image, "--scale-low", "40", "--scale-high", "60", "--no-mirror"}, 1);
+    // nothing is found; the triangle road, tried after the patterns, extracted its stars first.
+    Solve({image, "--scale-low", "40", "--scale-high", "60", "--no-mirror", "--verbose"}, 1);
+    EXPECT_LT(out.find("** PATTERNS **"), out.find("Stars extraction time")) << out;
+    EXPECT_NE(out.find("Searching triangles", out.find("Stars extraction time")), std::string::npos) << out;
     Solve({image, "--ra", "150", "--dec", "-30", "--radius", "5", "--no-mirror"}, 1);
     // The same position within 5 degrees is enough.
     json = Solve({image, "--ra", "3", "--dec", "12", "--radius", "5"}, 0);
