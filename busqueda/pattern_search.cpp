@@ -31,15 +31,20 @@ constexpr size_t kQuadStars = 60;
 // Quads smaller than this (pixels) have codes that centroid errors blur past any tolerance.
 constexpr double kLeastQuadPixels = 20;
 // Code tolerance: the error of a code is about sqrt 2 times the position error over |AB|; positions
-// err by a pixel or so, and a wide lens adds its distortion.
-constexpr double kPositionError = 1.5;
+// err by a pixel or so, and a wide lens adds its distortion. The quads of the brightest stars, few and
+// the likeliest, are given a wide allowance; past them quads multiply, and so would the false hits of
+// a wide one (they grow as its fourth power).
+constexpr double kPositionError = 1.8, kBrightPositionError = 3;
+constexpr size_t kBrightQuadStars = 20;
 constexpr double kLeastTolerance = 0.006, kMostTolerance = 0.025;
 // The quick check: the brightest image stars, and the brightest catalogue stars in view.
 constexpr size_t kCheckImageStars = 120, kCheckCatalogueStars = 80;
 // Before it, a first look at the very brightest catalogue stars, which few false plates pass: two
-// of them must fall on image stars besides the quad's own.
+// of them must fall on image stars besides the quad's own. Past the quads of the brightest image
+// stars the look is lean: the groups of three levels only, unsorted.
 constexpr size_t kFirstLookStars = 25;
 constexpr int32_t kFirstLookMatches = 2;
+constexpr size_t kLeanGroups = 3, kAllGroups = 64;
 // Fields narrower or wider than these (degrees across) are not considered.
 constexpr double kNarrowestField = 0.1, kWidestField = 120;
 // Fields wider than this (degrees, the longer side at the parameters' scale) go to the pattern search
@@ -92,9 +97,9 @@ class Search {
     bool Run();
 
   private:
-    bool TryQuad(const std::array<size_t, 4>& members);
+    bool TryQuad(const std::array<size_t, 4>& members, double positionError);
     bool TryHit(const Quad& quad, const std::array<size_t, 4>& members, const QuadHit& hit);
-    std::vector<uint32_t> StarsInView(size_t count);
+    std::vector<uint32_t> StarsInView(size_t count, bool lean = false);
     std::vector<Match> MatchField(const std::vector<uint32_t>& catalogue, size_t imageStars, double radius);
     double MatchRadius() const;
     bool Verify(const std::array<uint32_t, 4>& quadStars);
@@ -119,6 +124,7 @@ class Search {
     std::vector<QuadHit> hits_;
     std::chrono::steady_clock::time_point start_, lastYield_;
     bool stop_ = false;
+    bool lean_ = false;                                             // past the quads of the brightest stars
     double fieldLow_ = kNarrowestField, fieldHigh_ = kWidestField;  // degrees across the diagonal
     int32_t refused_ = 0;
 };
@@ -193,20 +199,21 @@ bool Search::Run() {
             for (size_t b = a + 1; b < d; ++b)
                 for (size_t e = b + 1; e < d; ++e) {
                     if (TimeToStop()) return false;
-                    if (TryQuad({a, b, e, d})) return true;
+                    lean_ = d >= kBrightQuadStars;
+                    if (TryQuad({a, b, e, d}, lean_ ? kPositionError : kBrightPositionError)) return true;
                     if (c_.mFinAnalisis) return false;
                 }
     return false;
 }
 
-bool Search::TryQuad(const std::array<size_t, 4>& members) {
+bool Search::TryQuad(const std::array<size_t, 4>& members, double positionError) {
     std::array<PlanePoint, 4> points;
     for (size_t k = 0; k < 4; ++k)
         points[k] = {stars_[members[k]].x, stars_[members[k]].y};
     Quad quad;
     if (!MakeQuad(points, quad) || quad.diameter < kLeastQuadPixels) return false;
     const double tolerance =
-        std::clamp(std::numbers::sqrt2 * kPositionError / quad.diameter * 2, kLeastTolerance, kMostTolerance);
+        std::clamp(std::numbers::sqrt2 * positionError / quad.diameter, kLeastTolerance, kMostTolerance);
     const double diagonal = 2 * HalfDiagonal(c_);
     for (const Quad& q : {quad, MirroredQuad(quad)}) {
         hits_.clear();
@@ -263,7 +270,8 @@ bool Search::TryHit(const Quad& quad, const std::array<size_t, 4>& members, cons
             return std::find(hit.stars.begin(), hit.stars.end(), m.star) == hit.stars.end();
         }));
     };
-    if (others(MatchField(StarsInView(kFirstLookStars), checkStars_.size(), radius)) < kFirstLookMatches)
+    if (others(MatchField(StarsInView(kFirstLookStars, lean_), checkStars_.size(), radius)) <
+        kFirstLookMatches)
         return false;
     const std::vector<Match> quick =
         MatchField(StarsInView(kCheckCatalogueStars), checkStars_.size(), radius);
@@ -294,20 +302,24 @@ double Search::MatchRadius() const {
 }
 
 // The brightest `count` index stars that the plate in Cij puts on the image, brightest first: from the
-// coarsest level that holds about three times as many in view, and the coarser ones.
-std::vector<uint32_t> Search::StarsInView(size_t count) {
+// coarsest level that holds about three times as many in view, and the coarser ones. Lean, about
+// `count` stars, unsorted, of the coarsest level that holds as many: a level keeps the brightest of
+// each of its cells, so they are nearly the brightest, for a fraction of the reading.
+std::vector<uint32_t> Search::StarsInView(size_t count, bool lean) {
     CoordenadasImagenAesfericas(c_, c_.gAnchoImagen / 2, c_.gAltoImagen / 2);
     const double ra = c_.mRAconvertida, dec = c_.mDECconvertida;
     const double scale = PlateScaleAtCentre(c_) / 3600;
     const double halfField = std::min(89.0, std::atan(HalfDiagonal(c_) * scale * kDegree) / kDegree * 1.05);
     std::vector<uint32_t> near;
-    index_.StarsNear(LevelForStars(index_, 2 * halfField * halfField, 3.0 * count), ra, dec, halfField, near,
-                     false);
-    BrightestFirst(near, 4 * count);
+    const double wanted = (lean ? 1.5 : 3.0) * static_cast<double>(count);
+    index_.StarsNear(LevelForStars(index_, 2 * halfField * halfField, wanted), ra, dec, halfField, near,
+                     false, lean ? kLeanGroups : kAllGroups);
+    if (!lean) BrightestFirst(near, 4 * count);
+    const size_t most = lean ? 3 * count : count;
     std::vector<uint32_t> inside;
     const PlateInverse inverse = InvertPlate(c_.Cij);
     for (uint32_t n : near) {
-        if (inside.size() >= count) break;
+        if (inside.size() >= most) break;
         const IndexStar s = index_.Star(n);
         double x = 0, y = 0;
         if (SkyToPixel(c_, inverse, s.ra, s.dec, x, y) && x >= 0 && y >= 0 && x <= c_.gAnchoImagen &&

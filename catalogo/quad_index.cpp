@@ -194,7 +194,7 @@ void QuadIndex::Lookup(const QuadCode& code, double tolerance, std::vector<QuadH
 }
 
 void QuadIndex::StarsNear(size_t level, double ra, double dec, double radius, std::vector<uint32_t>& out,
-                          bool exact) const {
+                          bool exact, size_t groups) const {
     const double cosRadius = std::cos(radius * kDegree);
     const double sd = std::sin(dec * kDegree), cd = std::cos(dec * kDegree);
     // Half the right ascension that the circle spans at its widest, or all of it around a pole.
@@ -204,7 +204,7 @@ void QuadIndex::StarsNear(size_t level, double ra, double dec, double radius, st
         const double s = std::sin(radius * kDegree) / std::cos(edge * kDegree);
         if (s < 1) halfWidth = std::asin(s) / kDegree;
     }
-    for (size_t l = level; l < levels_.size(); ++l) {
+    for (size_t l = level; l < levels_.size() && l - level < groups; ++l) {
         const QuadLevel& g = levels_[l];
         auto key = [&](uint64_t k) {
             const IndexStar s = Star(static_cast<uint32_t>(g.firstStar + k));

@@ -96,8 +96,11 @@ class QuadIndex {
     // With `exact` false, the stars of the zones and right ascensions that the circle spans, a few
     // more than it holds, without the trigonometry: for a caller that projects them anyway. A circle
     // that spans every right ascension (near a pole, or wide) is tested all the same.
+    // With `groups`, only the groups of `level` and the next coarser ones, that many in all: each
+    // group holds about as many stars as all the coarser ones together, so three hold seven eighths
+    // of the level's stars for a fraction of the reading.
     void StarsNear(size_t level, double ra, double dec, double radius, std::vector<uint32_t>& out,
-                   bool exact = true) const;
+                   bool exact = true, size_t groups = 64) const;
 
   private:
     std::array<uint16_t, 4> CodeAt(uint64_t n) const;

@@ -155,6 +155,16 @@ TEST_F(QuadFile, StarsNearAreTheStarsOfTheLevelWithinTheRadius) {
             for (uint32_t n : want)
                 EXPECT_TRUE(got.count(n))
                     << "level " << level << " star " << n << " at " << k.ra << " " << k.dec;
+            // The level's own group and the coarser levels' stars make up the level's stars.
+            if (level + 1 < index.Levels().size()) {
+                std::vector<uint32_t> own, coarser;
+                index.StarsNear(level, k.ra, k.dec, k.radius, own, true, 1);
+                index.StarsNear(level + 1, k.ra, k.dec, k.radius, coarser);
+                std::set<uint32_t> both(own.begin(), own.end());
+                both.insert(coarser.begin(), coarser.end());
+                EXPECT_EQ(both, got);
+                EXPECT_EQ(own.size() + coarser.size(), got.size());
+            }
         }
 }
 
