@@ -47,7 +47,7 @@ std::vector<std::string> SplitLines(const std::string& text) {
     return lines;
 }
 
-bool WriteFileAtomically(const std::string& path, const std::string& text) {
+bool WriteFileAtomically(const std::string& path, const std::string& text, Durability durability) {
     std::string temp = path + ".tmp" + std::to_string(::getpid());
     int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
     if (fd < 0) return false;
@@ -61,7 +61,7 @@ bool WriteFileAtomically(const std::string& path, const std::string& text) {
         }
         done += static_cast<size_t>(w);
     }
-    bool ok = ::fsync(fd) == 0;
+    bool ok = durability == Durability::Transient || ::fsync(fd) == 0;
     ok = ::close(fd) == 0 && ok;
     if (ok) ok = std::rename(temp.c_str(), path.c_str()) == 0;
     if (!ok) ::unlink(temp.c_str());

@@ -99,7 +99,7 @@ void WriteStatusFile(const Context& c, const char* name, const std::vector<std::
     std::string text;
     for (const auto& line : lines)
         text += line + "\r\n";
-    if (!WriteFileAtomically(c.gCarpetaMensajes + name, Utf8ToLatin1(text)))
+    if (!WriteFileAtomically(c.gCarpetaMensajes + name, Utf8ToLatin1(text), Durability::Transient))
         Raise(FolderExists(c.gCarpetaMensajes) ? kErrPathFileAccess : kErrPathNotFound);
 }
 
