@@ -1,0 +1,146 @@
+#include "astrometria/planets.h"
+
+#include <cmath>
+#include <numbers>
+
+namespace tornel {
+
+namespace {
+
+constexpr double kRad = std::numbers::pi / 180;
+
+double Sin(double degrees) {
+    return std::sin(degrees * kRad);
+}
+double Cos(double degrees) {
+    return std::cos(degrees * kRad);
+}
+double Atan2(double y, double x) {
+    return std::atan2(y, x) / kRad;
+}
+
+double Normalised(double degrees) {
+    degrees = std::fmod(degrees, 360);
+    return degrees < 0 ? degrees + 360 : degrees;
+}
+
+// Mean elements at day d: node, inclination, perihelion argument, semi-major axis (AU),
+// eccentricity, mean anomaly.
+struct Elements {
+    double N, i, w, a, e, M;
+};
+
+// In kPlanetNames' order.
+std::array<Elements, 7> ElementsOn(double d) {
+    return {{
+        {100.4542 + 2.76854e-5 * d, 1.3030 - 1.557e-7 * d, 273.8777 + 1.64505e-5 * d, 5.20256,
+         0.048498 + 4.469e-9 * d, 19.8950 + 0.0830853001 * d},
+        {49.5574 + 2.11081e-5 * d, 1.8497 - 1.78e-8 * d, 286.5016 + 2.92961e-5 * d, 1.523688,
+         0.093405 + 2.516e-9 * d, 18.6021 + 0.5240207766 * d},
+        {48.3313 + 3.24587e-5 * d, 7.0047 + 1e-8 * d, 29.1241 + 1.01444e-5 * d, 0.387098,
+         0.205635 + 5.59e-10 * d, 168.6562 + 4.0923344368 * d},
+        {131.7806 + 3.0173e-5 * d, 1.7700 - 2.55e-7 * d, 272.8461 - 6.027e-6 * d, 30.05826 + 3.313e-8 * d,
+         0.008606 + 2.15e-9 * d, 260.2471 + 0.005995147 * d},
+        {113.6634 + 2.3898e-5 * d, 2.4886 - 1.081e-7 * d, 339.3939 + 2.97661e-5 * d, 9.55475,
+         0.055546 - 9.499e-9 * d, 316.9670 + 0.0334442282 * d},
+        {74.0005 + 1.3978e-5 * d, 0.7733 + 1.9e-8 * d, 96.6612 + 3.0565e-5 * d, 19.18171 - 1.55e-8 * d,
+         0.047318 + 7.45e-9 * d, 142.5905 + 0.011725806 * d},
+        {76.6799 + 2.4659e-5 * d, 3.3946 + 2.75e-8 * d, 54.8910 + 1.38374e-5 * d, 0.723330,
+         0.006773 - 1.302e-9 * d, 48.0052 + 1.6021302244 * d},
+    }};
+}
+
+enum Planet { kJupiter, kMars, kMercury, kNeptune, kSaturn, kUranus, kVenus };
+
+// Kepler's equation by Newton's steps from the first approximation, to 0.005 degree.
+double EccentricAnomaly(double M, double e) {
+    double e0 = M + e / kRad * Sin(M) * (1 + e * Cos(M));
+    for (int k = 0; k < 50; ++k) {
+        const double e1 = e0 - (e0 - e / kRad * Sin(e0) - M) / (1 - e * Cos(e0));
+        const bool done = std::fabs(e0 - e1) < 0.005;
+        e0 = e1;
+        if (done) break;
+    }
+    return e0;
+}
+
+struct Vector {
+    double x = 0, y = 0, z = 0;
+};
+
+// The Sun seen from the Earth, ecliptic of date, AU.
+Vector Sun(double d) {
+    const double w = 282.9404 + 4.70935e-5 * d, e = 0.016709 - 1.151e-9 * d;
+    const double M = Normalised(356.0470 + 0.9856002585 * d);
+    const double E = M + e / kRad * Sin(M) * (1 + e * Cos(M));
+    const double x = Cos(E) - e, y = std::sqrt(1 - e * e) * Sin(E);
+    const double r = std::hypot(x, y), longitude = Atan2(y, x) + w;
+    return {r * Cos(longitude), r * Sin(longitude), 0};
+}
+
+// The corrections to heliocentric longitude and latitude (degrees) that the pulls of the giant
+// planets on one another call for.
+void Perturb(Planet p, double d, double& longitude, double& latitude) {
+    const double mj = 19.8950 + 0.0830853001 * d, ms = 316.9670 + 0.0334442282 * d,
+                 mu = 142.5905 + 0.011725806 * d;
+    if (p == kJupiter) {
+        longitude += -0.332 * Sin(2 * mj - 5 * ms - 67.6) - 0.056 * Sin(2 * mj - 2 * ms + 21) +
+                     0.042 * Sin(3 * mj - 5 * ms + 21) - 0.036 * Sin(mj - 2 * ms) + 0.022 * Cos(mj - ms) +
+                     0.023 * Sin(2 * mj - 3 * ms + 52) - 0.016 * Sin(mj - 5 * ms - 69);
+    } else if (p == kSaturn) {
+        longitude += 0.812 * Sin(2 * mj - 5 * ms - 67.6) - 0.229 * Cos(2 * mj - 4 * ms - 2) +
+                     0.119 * Sin(mj - 2 * ms - 3) + 0.046 * Sin(2 * mj - 6 * ms - 69) +
+                     0.014 * Sin(mj - 3 * ms + 32);
+        latitude += -0.020 * Cos(2 * mj - 4 * ms - 2) + 0.018 * Sin(2 * mj - 6 * ms - 49);
+    } else if (p == kUranus) {
+        longitude += 0.040 * Sin(ms - 2 * mu + 6) + 0.035 * Sin(ms - 3 * mu + 33) - 0.015 * Sin(mj - mu + 20);
+    }
+}
+
+PlanetPlace PlaceOf(Planet p, const Elements& el, const Vector& sun, double obliquity, double d) {
+    const double N = Normalised(el.N), i = Normalised(el.i), w = Normalised(el.w), M = Normalised(el.M);
+    const double E = EccentricAnomaly(M, el.e);
+    const double x = el.a * (Cos(E) - el.e), y = el.a * std::sqrt(1 - el.e * el.e) * Sin(E);
+    const double r = std::hypot(x, y), u = Atan2(y, x) + w;
+    const double xh = r * (Cos(N) * Cos(u) - Sin(N) * Sin(u) * Cos(i));
+    const double yh = r * (Sin(N) * Cos(u) + Cos(N) * Sin(u) * Cos(i));
+    const double zh = r * Sin(u) * Sin(i);
+    double longitude = Atan2(yh, xh), latitude = Atan2(zh, std::hypot(xh, yh));
+    Perturb(p, d, longitude, latitude);
+    const Vector g{r * Cos(longitude) * Cos(latitude) + sun.x, r * Sin(longitude) * Cos(latitude) + sun.y,
+                   r * Sin(latitude) + sun.z};
+    const double ye = g.y * Cos(obliquity) - g.z * Sin(obliquity);
+    const double ze = g.y * Sin(obliquity) + g.z * Cos(obliquity);
+    return {Normalised(Atan2(ye, g.x)), Atan2(ze, std::hypot(g.x, ye))};
+}
+
+}  // namespace
+
+int32_t PlanetDayNumber(int32_t year, int32_t month, int32_t day) {
+    return 367 * year - 7 * (year + (month + 9) / 12) / 4 + 275 * month / 9 + day - 730530;
+}
+
+std::array<PlanetPlace, 7> PlanetPlacesOnDay(double d) {
+    const std::array<Elements, 7> elements = ElementsOn(d);
+    const Vector sun = Sun(d);
+    const double obliquity = 23.4393 - 3.563e-7 * d;
+    std::array<PlanetPlace, 7> places;
+    for (size_t k = 0; k < places.size(); ++k)
+        places[k] = PlaceOf(static_cast<Planet>(k), elements[k], sun, obliquity, d);
+    return places;
+}
+
+std::array<PlanetPlace, 7> PlanetPlaces(int32_t year, int32_t month, int32_t day, double hour) {
+    const double d = PlanetDayNumber(year, month, day), f = hour / 24;
+    const std::array<PlanetPlace, 7> today = PlanetPlacesOnDay(d), tomorrow = PlanetPlacesOnDay(d + 1);
+    std::array<PlanetPlace, 7> places;
+    for (size_t k = 0; k < places.size(); ++k) {
+        double step = tomorrow[k].ra - today[k].ra;
+        if (step > 180) step -= 360;
+        if (step < -180) step += 360;
+        places[k] = {Normalised(today[k].ra + f * step), today[k].dec + f * (tomorrow[k].dec - today[k].dec)};
+    }
+    return places;
+}
+
+}  // namespace tornel
