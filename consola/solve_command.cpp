@@ -13,6 +13,7 @@
 #include <sstream>
 
 #include "astrometria/sky_maths.h"
+#include "catalogo/deep_sky_objects.h"
 #include "comun/numbers.h"
 #include "consola/console_platform.h"
 #include "consola/solve_options.h"
@@ -247,6 +248,12 @@ void PrintSolveOutcome(const SolveOutcome& r, std::ostream& out) {
         << "Sides:    " << r.sides << "\n"
         << "Search:   " << r.road << "\n"
         << "Time:     " << Text(r.seconds, "0.00") << " s\n";
+    if (r.objects.empty()) return;
+    out << "Objects in the image (RA, DEC degrees J2000; x, y pixels of the file):\n";
+    for (const SolveOutcome::Object& o : r.objects)
+        out << "  " << o.name << std::string(o.name.size() < 16 ? 16 - o.name.size() : 1, ' ')
+            << Text(o.ra, "0.0000") << "  " << Text(o.dec, "0.0000") << "  " << Text(o.x, "0.0") << "  "
+            << Text(o.y, "0.0") << "\n";
 }
 
 namespace {
@@ -294,6 +301,17 @@ Outcome Collect(const Context& c, const ConsolePlatform& platform, bool timedOut
     return r;
 }
 
+// The objects of the database's catalogue that the solution puts on the image.
+void ListObjects(Context& c, std::vector<SolveOutcome::Object>& out) {
+    std::vector<ObjectInImage> objects;
+    if (!ObjectsInImage(c, c.gCarpetaEstrellas + "pgc.bin", objects)) return;
+    for (const ObjectInImage& o : objects) {
+        SolveOutcome::Object listed{o.name, o.ra, o.dec, 0, 0};
+        InFileFrame(c, o.x, o.y, listed.x, listed.y);
+        out.push_back(listed);
+    }
+}
+
 // One run on the program folder; `error` is set when the set-up or the files stand in the way.
 SolveResult Run(const SolveOptions& o, const RunPlan& plan, const Attempt& attempt, bool first,
                 std::optional<double> timeout, const std::function<bool()>& stopWanted) {
@@ -327,6 +345,7 @@ SolveResult Run(const SolveOptions& o, const RunPlan& plan, const Attempt& attem
     RunAnalysis(c, platform, timers, timeout, stopWanted, timedOut, stopped);
     Outcome& r = result.outcome;
     r = Collect(c, platform, timedOut, o.timeout);
+    if (r.solved) ListObjects(c, r.objects);
     result.stopped = timedOut || stopped;
     r.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     const bool basesOK = c.gBasesOK, loaded = c.gImagenCargada;

@@ -22,6 +22,13 @@ struct SolveOutcome {
     std::string road;           // "patterns", "distances" or "triangles": the search that solved
     int width = 0, height = 0;  // image pixels
     std::string message;        // the result label, or why there is no solution
+    // The catalogue's deep-sky objects on the solved image, at pixels of the file (x from 1 at the
+    // left, y from 1 at the bottom row, as the WCS counts them).
+    struct Object {
+        std::string name;
+        double ra = 0, dec = 0, x = 0, y = 0;
+    };
+    std::vector<Object> objects;
 };
 
 // What stood in the way of a solve, for the front ends whose exit codes tell them apart.

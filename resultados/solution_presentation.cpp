@@ -13,14 +13,13 @@
 
 namespace tornel {
 
-namespace {
-
-// Display pixel of an image point in square pixels: x from the left, y down from the top.
 void ToDisplay(const Context& c, double x, double y, double& dx, double& dy) {
     const double f = c.gFactorReduccion;
     dx = x / f - 1;
     dy = (c.gPixelesY - y * c.gRelacionPixel) / f;
 }
+
+namespace {
 
 // A circle and the catalogue identifier at an identified star.
 void MarkStar(Context& c, double x, double y, int32_t id) {

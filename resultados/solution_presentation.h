@@ -14,6 +14,9 @@ constexpr int32_t kLeastSidesSafe = 15;
 // distance within which the mesh extension looks for a star. A chance match stands farther off.
 constexpr double kResidualLimit = 3;
 
+// Display pixel of an image point in square pixels: x from the left, y down from the top.
+void ToDisplay(const Context& c, double x, double y, double& dx, double& dy);
+
 // Degrees to "hhHmmMss.ssS" ("05h35m17.30s") and "+dd°mm'ss.s" ("+22°00'52.2").
 void GradosAcadenas(double ar, double de, std::string& textoAr, std::string& textoDe);
 

@@ -15,6 +15,13 @@
 
 namespace tornel {
 
+void InFileFrame(const Context& c, double x, double y, double& fileX, double& fileY) {
+    const double ratio = c.gRelacionPixel > 0 ? c.gRelacionPixel : 1;
+    fileX = x;
+    fileY = y * ratio;
+    if (c.gImagenInvertida == 1) fileY = c.gAltoImagen * ratio + 1 - fileY;
+}
+
 namespace {
 
 constexpr size_t kCard = 80;
@@ -187,15 +194,6 @@ std::string WcsBlock(const WcsCards& w) {
         block += SipCards("BP", m.inverseOrder, 0, m.bp, "sky to pixel, axis 2");
     }
     return block + Card("END");
-}
-
-// An image pixel (square pixels, rows as the engine reads them) in the pixels of the file: rows
-// stretched back by the pixel ratio, and counted from the other end for a reversed image.
-void InFileFrame(const Context& c, double x, double y, double& fileX, double& fileY) {
-    const double ratio = c.gRelacionPixel > 0 ? c.gRelacionPixel : 1;
-    fileX = x;
-    fileY = y * ratio;
-    if (c.gImagenInvertida == 1) fileY = c.gAltoImagen * ratio + 1 - fileY;
 }
 
 // The distortion of a field wider than kLeastDistortedField whose matched stars fix a model, in the

@@ -10,6 +10,11 @@
 
 namespace tornel {
 
+// An image pixel (square pixels, rows as the engine reads them) in the pixels of the file, those the
+// WCS counts: rows stretched back by the pixel ratio, and counted from the other end for a reversed
+// image.
+void InFileFrame(const Context& c, double x, double y, double& fileX, double& fileY);
+
 // Rewrites gRutaImagen through gRutaImagen + "ConWCS.kkk" with the cards of the solution, earlier
 // WCS cards kept as comments; records the new time stamp for the mailbox. Nothing when mFinAnalisis
 // is set or the cards cannot be composed. An image that the rewrite must not touch (wcsBesideImage:

@@ -33,6 +33,9 @@ class RecordingPlatform : public Platform, public UserAnswers {
         waitShown = true;
     }
     void HideWait() override { waitShown = false; }
+    void DrawText(double x, double y, const std::string& text, OverlayColour) override {
+        texts.push_back({x, y, text});
+    }
     std::chrono::system_clock::time_point Now() override { return now ? now() : Platform::Now(); }
 
     bool HasMessage(const std::string& text) const {
@@ -48,6 +51,11 @@ class RecordingPlatform : public Platform, public UserAnswers {
     std::string LastLabel() const { return labels.empty() ? std::string{} : labels.back(); }
 
     std::vector<std::string> titles, labels, summary, waitTexts;
+    struct DrawnText {
+        double x = 0, y = 0;
+        std::string text;
+    };
+    std::vector<DrawnText> texts;
     bool waitShown = false;
     std::function<void()> onDoEvents;
     std::function<std::chrono::system_clock::time_point()> now;
