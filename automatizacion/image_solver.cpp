@@ -89,6 +89,8 @@ void WriteImagePath(Context& c, const SolverValue& v) {
     if (ruta.size() < 2) LanzaErrorImageSolver(107, "ImagePath: invalid image path");
     NotWhileAnalyzing(c, "ImagePath");
     ExtraeNombreDeRuta(c, ruta);
+    // A client that names an image wants the file read, even one rewritten under the same name.
+    c.gImagenCargada = false;
 }
 
 void WriteScale(Context& c, const SolverValue& v, bool (*apply)(Context&, double), std::string_view name) {

@@ -3,6 +3,9 @@
 // tests/servicio.
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <map>
+#include <regex>
 #include <string>
 
 #include "automatizacion/image_solver.h"
@@ -117,6 +120,32 @@ TEST_F(ImageSolverTest, MethodsRefuseAsTheClassSays) {
               "102 Error 102: SetupDialog(): can't be done while analyzing");
     StopAnalyzing(c);
     EXPECT_TRUE(c.gDetenerAnalisis);
+}
+
+TEST_F(ImageSolverTest, AngleThatCannotBeMeasuredIsRefusedAndTheParameterStays) {
+    c.gHaySolucion = true;  // with a plate of zeros, which places no pole
+    c.gAnguloImagen = 33;
+    c.gMostrarAvisos = false;
+    EXPECT_EQ(Refusal([&] { FineAdjustAngle(c); }),
+              "104 Error 104: FineAdjustAngle(): Impossible to Auto-calibrate the image angle.");
+    EXPECT_EQ(c.gAnguloImagen, 33);
+}
+
+// The interface file is the contract clients read: every property of the object in it, with its
+// type and access, and nothing else.
+TEST(ImageSolverContract, InterfaceFileListsEveryPropertyWithItsTypeAndAccess) {
+    std::ifstream in(std::string(TORNEL_SOURCE_DIR) + "/share/dbus-1/interfaces/org.tornel.ImageSolver1.xml");
+    std::string xml((std::istreambuf_iterator<char>(in)), {});
+    std::regex property(R"re(<property name="(\w+)" type="(\w)" access="(\w+)")re");
+    std::map<std::string, std::string> declared;
+    for (auto it = std::sregex_iterator(xml.begin(), xml.end(), property); it != std::sregex_iterator(); ++it)
+        declared[(*it)[1]] = std::string((*it)[2]) + " " + std::string((*it)[3]);
+    const char* types[] = {"i", "b", "d", "s"};
+    EXPECT_EQ(declared.size(), SolverProperties().size());
+    for (const auto& p : SolverProperties())
+        EXPECT_EQ(declared[p.name],
+                  std::string(types[static_cast<int>(p.type)]) + (p.set ? " readwrite" : " read"))
+            << p.name;
 }
 
 TEST_F(ImageSolverTest, OnlyAProgramAClientStartedEndsWithItsLastClient) {
