@@ -51,8 +51,12 @@ std::string ObjectVariable(std::string_view line, Dialect& dialect) {
         dialect = Dialect::Basic;
         return Trimmed(line.substr(set + 3, eq - set - 3));
     }
-    // The bus name of the object: a Python assignment.
-    if (hit >= 4 && lower.compare(hit - 4, 4, "org.") == 0) {
+    // The bus name of the object, not the interface's "org.tornel.ImageSolver1": a Python assignment.
+    size_t after = hit + std::string_view("tornel.imagesolver").size();
+    bool busName = hit >= 4 && lower.compare(hit - 4, 4, "org.") == 0 &&
+                   (after == lower.size() ||
+                    !(std::isalnum(static_cast<unsigned char>(lower[after])) || lower[after] == '.'));
+    if (busName) {
         dialect = Dialect::Python;
         return Trimmed(line.substr(0, eq));
     }

@@ -103,6 +103,7 @@ TEST_F(ScriptCheckerTest, PythonScriptNamesTheVariableFromTheBusObject) {
     ScriptCheck r = Check(
         "solve.py",
         "import dbus\n"
+        "IFACE = \"org.tornel.ImageSolver1\"\n"
         "solver = dbus.SessionBus().get_object(\"org.tornel.ImageSolver\", \"/org/tornel/ImageSolver\")\n"
         "solver.Analyze(dbus_interface=\"org.tornel.ImageSolver1\")\n"
         "print(solver.Solved)\n"

@@ -2,6 +2,7 @@
 // the first call, every refusal as the object's error, the analysis with its signals, the end with
 // the last client.
 #include <QCoreApplication>
+#include <cstdlib>
 
 #include "tests/servicio/solver_client.h"
 
@@ -157,6 +158,22 @@ TEST_F(SolverBusTest, LaunchedAnalysisTellsItsTimeRefusesWhileBusyAndStops) {
     EXPECT_EQ(Value("FailureCause").toString(), "Search interrupted by the user.");
     for (size_t k = 1; k < log.spent.size(); ++k)
         EXPECT_GE(log.spent[k], log.spent[k - 1]);
+}
+
+// The examples of the README, each a client of its own kind, on a field of the generated sky.
+TEST_F(SolverBusTest, ExamplesSolveThroughTheBus) {
+    image = Render({0.3, 10.4, 0, 0, 0, 0, false});
+    const std::string source = TORNEL_SOURCE_DIR, build = TORNEL_BINARY_DIR;
+    const std::string arguments = " '" + image + "' 2 " + std::to_string(0.7 / 15) + " 10.1";
+    for (const std::string& example : {"sh '" + source + "/examples/shell/solve.sh'",
+                                       "/usr/bin/python3 '" + source + "/examples/python/solve.py'",
+                                       "'" + build + "/examples/cpp/tornel-solve-example'"}) {
+        const std::string line = "DBUS_SESSION_BUS_ADDRESS='" + bus->Address() + "' " + example + arguments +
+                                 " >'" + home.File("example.txt") + "' 2>&1";
+        EXPECT_EQ(std::system(line.c_str()), 0) << example << ": " << home.Read("example.txt");
+        EXPECT_EQ(home.Read("example.txt").rfind("Solved: RA 0.0", 0), 0u)
+            << example << ": " << home.Read("example.txt");
+    }
 }
 
 }  // namespace
