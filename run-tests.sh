@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Builds with warnings as errors and runs every test under a private session bus; then the image and extraction tests again
-# under AddressSanitizer and UndefinedBehaviorSanitizer.
+# Builds with warnings as errors and runs every test under a private session bus; then the image
+# and extraction tests again under AddressSanitizer and UndefinedBehaviorSanitizer.
 set -euo pipefail
 cd "$(dirname "$0")"
 scripts/install-dependencies.sh
