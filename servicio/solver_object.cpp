@@ -140,10 +140,10 @@ void SolverObject::HandleMethod(const QDBusMessage& m) {
         run = LaunchAnalysis;
     else if (member == "FineAdjustAngle")
         run = FineAdjustAngle;
-    else if (member == "Analyze")
-        run = Analyze, deferred = true;
-    else if (member == "SetupDialog")
-        run = SetupDialog, deferred = true;
+    else if (member == "Analyze" || member == "SetupDialog") {
+        run = member == "Analyze" ? Analyze : SetupDialog;
+        deferred = true;
+    }
     if (!run) return Reply(m.createErrorReply(QDBusError::UnknownMethod, "No method " + member));
     if (!m.arguments().isEmpty())
         return Reply(m.createErrorReply(QDBusError::InvalidArgs, member + " takes no arguments"));
