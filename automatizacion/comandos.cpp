@@ -18,6 +18,58 @@
 
 namespace tornel {
 
+// A scale in arcseconds per pixel: 0.165 to 1650, and the tangent of half a pixel within its bounds.
+bool ScaleAccepted(double v) {
+    if (!(v >= 0.165 && v <= 1650)) return false;
+    double t = std::tan(v / 412530.0);
+    return t >= 4e-7 && t <= 0.004;
+}
+
+namespace {
+
+void SetPerPixel(Context& c, double segundos) {
+    c.gMinutosPorPixel = segundos / 60;
+    c.gGradosPorPixel = segundos / 3600;
+}
+
+void SetPixelRatio(Context& c) {
+    if (c.gSegundosPorPixelX == 0 || c.gSegundosPorPixelY == 0) return;
+    c.gRelacionPixel = c.gSegundosPorPixelX / c.gSegundosPorPixelY;
+    c.gRelacionPixel2 = c.gRelacionPixel;
+}
+
+}  // namespace
+
+bool ApplyArcSecPerPixel(Context& c, double v) {
+    if (!ScaleAccepted(v)) return false;
+    c.gFocalEnPixeles = FocalDesdeEscala(v);
+    c.gSegundosPorPixelX = c.gSegundosPorPixelY = v;
+    CalculaValoresDerivados(c);
+    return true;
+}
+
+bool ApplyArcSecPerPixelX(Context& c, double v) {
+    if (!ScaleAccepted(v)) return false;
+    c.gFocalEnPixeles = FocalDesdeEscala(v);
+    c.gSegundosPorPixelX = v;
+    SetPerPixel(c, v);
+    SetPixelRatio(c);
+    return true;
+}
+
+bool ApplyArcSecPerPixelY(Context& c, double v) {
+    if (!ScaleAccepted(v)) return false;
+    c.gSegundosPorPixelY = v;
+    SetPixelRatio(c);
+    return true;
+}
+
+void ApplyFocalInPixels(Context& c, double v) {
+    c.gFocalEnPixeles = ToLong(v);
+    c.gSegundosPorPixelX = c.gSegundosPorPixelY = std::atan(1.0 / c.gFocalEnPixeles) * 206265;
+    CalculaValoresDerivados(c);
+}
+
 namespace {
 
 using Setter = bool (*)(Context&, const std::string&);
@@ -107,57 +159,25 @@ bool SetAutomaticThreshold(Context& c, const std::string& valor) {
     return true;
 }
 
-// A scale in arcseconds per pixel: 0.165 to 1650, and the tangent of half a pixel within its bounds.
-bool ScaleAccepted(const Context& c, const std::string& valor, double& v) {
-    if (!ValidaReal(c, valor, 0.165, 1650, v)) return false;
-    double t = std::tan(v / 412530.0);
-    return t >= 4e-7 && t <= 0.004;
-}
-
-void SetPerPixel(Context& c, double segundos) {
-    c.gMinutosPorPixel = segundos / 60;
-    c.gGradosPorPixel = segundos / 3600;
-}
-
-void SetPixelRatio(Context& c) {
-    if (c.gSegundosPorPixelX == 0 || c.gSegundosPorPixelY == 0) return;
-    c.gRelacionPixel = c.gSegundosPorPixelX / c.gSegundosPorPixelY;
-    c.gRelacionPixel2 = c.gRelacionPixel;
-}
-
 bool SetArcSecPerPixel(Context& c, const std::string& valor) {
     double v = 0;
-    if (!ScaleAccepted(c, valor, v)) return false;
-    c.gFocalEnPixeles = FocalDesdeEscala(v);
-    c.gSegundosPorPixelX = c.gSegundosPorPixelY = v;
-    CalculaValoresDerivados(c);
-    return true;
+    return ValidaReal(c, valor, 0.165, 1650, v) && ApplyArcSecPerPixel(c, v);
 }
 
 bool SetArcSecPerPixelX(Context& c, const std::string& valor) {
     double v = 0;
-    if (!ScaleAccepted(c, valor, v)) return false;
-    c.gFocalEnPixeles = FocalDesdeEscala(v);
-    c.gSegundosPorPixelX = v;
-    SetPerPixel(c, v);
-    SetPixelRatio(c);
-    return true;
+    return ValidaReal(c, valor, 0.165, 1650, v) && ApplyArcSecPerPixelX(c, v);
 }
 
 bool SetArcSecPerPixelY(Context& c, const std::string& valor) {
     double v = 0;
-    if (!ScaleAccepted(c, valor, v)) return false;
-    c.gSegundosPorPixelY = v;
-    SetPixelRatio(c);
-    return true;
+    return ValidaReal(c, valor, 0.165, 1650, v) && ApplyArcSecPerPixelY(c, v);
 }
 
 bool SetFocal(Context& c, const std::string& valor) {
     double v = 0;
     if (!ValidaReal(c, valor, 125, 1250000, v)) return false;
-    c.gFocalEnPixeles = ToLong(v);
-    c.gSegundosPorPixelX = c.gSegundosPorPixelY = std::atan(1.0 / c.gFocalEnPixeles) * 206265;
-    CalculaValoresDerivados(c);
+    ApplyFocalInPixels(c, v);
     return true;
 }
 

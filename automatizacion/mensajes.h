@@ -28,6 +28,16 @@ void DescodificaComando(Context& c, const std::string& codigo, const std::string
 // the mailbox must stay off: an analysis is already running, or the program is to end at once.
 bool RunPendingCommand(Context& c);
 
+// The scale keys with their number already read, shared with the automation object. A scale is
+// accepted from 0.165 to 1650 arcseconds a pixel while the tangent of half a pixel stays within
+// bounds; a refused one changes nothing (false).
+bool ScaleAccepted(double segundosPorPixel);
+bool ApplyArcSecPerPixel(Context& c, double segundosPorPixel);
+bool ApplyArcSecPerPixelX(Context& c, double segundosPorPixel);
+bool ApplyArcSecPerPixelY(Context& c, double segundosPorPixel);
+// The focal length in pixels (rounded) and both scales from it; the caller tests its range.
+void ApplyFocalInPixels(Context& c, double focal);
+
 // Adds a final "/" to `ruta` when it lacks one (the caller keeps it) and tells whether the folder
 // exists.
 bool ExisteCarpeta(std::string& ruta);

@@ -59,6 +59,8 @@ class Platform {
     virtual void ApplyLanguage() {}
     // The parameters changed: the window shows them again.
     virtual void ApplyParameters() {}
+    // The parameters window, modal, for an automation client; a program without one does nothing.
+    virtual void ShowParametersDialog() {}
 
     // Overlay drawing on the image, in display pixels with y growing downwards.
     virtual void ClearOverlay() {}

@@ -5,7 +5,9 @@
 #include <string>
 #include <vector>
 
+#include "automatizacion/script_checker.h"
 #include "comun/build_info.h"
+#include "comun/files.h"
 #include "comun/numbers.h"
 #include "consola/console_platform.h"
 #include "consola/solve_command.h"
@@ -13,6 +15,9 @@
 #include "core/parametros.h"
 #include "core/startup.h"
 #include "resultados/resumen.h"
+#if TORNEL_SERVICE
+#include "servicio/service_run.h"
+#endif
 
 namespace tornel {
 namespace {
@@ -43,6 +48,12 @@ Command line (the same as the desktop program's):
   rest of the line: the parameters stand, and the program starts as with no command line.
 
 Options:
+  --automation   serve the automation object org.tornel.ImageSolver on the session bus, with no
+                 window, until the last client has left (D-Bus activation starts the program so)
+  --check-script FILE
+                 check a script that drives the automation object: FILECHECK.txt is written beside
+                 it, with every member the object does not know marked; ends 0 when none was
+                 marked, 1 when some were or the object is not made in it, 2 when it cannot be read
   --log[=FILE]   after an analysis write the search summary to FILE, or to
                  tornel_yyyymmdd_hh_mm_ss.log in the mailbox folder of the parameters
   --quiet        do not print the summary lines as they are added
@@ -72,7 +83,8 @@ the mailbox folder is missing. 143: ended by SIGTERM before it could end by itse
 )";
 
 struct Options {
-    bool help = false, version = false, quiet = false;
+    bool help = false, version = false, quiet = false, automation = false;
+    std::string checkScript;
     bool log = false;
     std::string logPath;
     std::vector<std::string> items;
@@ -89,6 +101,12 @@ Options ParseOptions(int argc, char** argv) {
             o.version = true;
         else if (a == "--quiet")
             o.quiet = true;
+        else if (a == "--automation")
+            o.automation = true;
+        else if (a == "--check-script" && i + 1 < argc)
+            o.checkScript = argv[++i];
+        else if (a.rfind("--check-script=", 0) == 0)
+            o.checkScript = a.substr(15);
         else if (a == "--log")
             o.log = true;
         else if (a.rfind("--log=", 0) == 0)
@@ -148,6 +166,31 @@ int RunMailboxDaemon(Context& c, ConsolePlatform& platform, TimerLoop& timers) {
     return kExitSolved;
 }
 
+// The script checker without a window: the report beside the script and a line saying what it found.
+int CheckScriptCommand(const std::string& script) {
+    ConsolePlatform platform(std::cout, std::cerr);
+    Context c(platform);
+    c.gMostrarAvisos = false;
+    // The language of the user's parameters, when there are any.
+    c.gCarpetaPrograma = CarpetaDelPrograma();
+    if (!c.gCarpetaPrograma.empty() && FileExists(RutaParametros(c))) {
+        CargaParametros(c, RutaParametros(c));
+        c.gMostrarAvisos = false;
+    }
+    ScriptCheck r = CheckScriptFile(c, script);
+    if (!r.done) {
+        std::cerr << "tornel-cli: cannot check " << script << " into " << r.report << "\n";
+        return kExitUsage;
+    }
+    if (!r.objectFound) {
+        std::cout << "The script does not make the object Tornel.ImageSolver; see " << r.report << "\n";
+        return kExitNotSolved;
+    }
+    std::cout << r.doubtful << (r.doubtful == 1 ? " doubtful member" : " doubtful members") << " marked in "
+              << r.report << "\n";
+    return r.doubtful == 0 ? kExitSolved : kExitNotSolved;
+}
+
 int Run(int argc, char** argv) {
     if (argc > 1 && std::string(argv[1]) == "solve") return RunSolve({argv + 2, argv + argc});
     Options o = ParseOptions(argc, argv);
@@ -159,6 +202,13 @@ int Run(int argc, char** argv) {
         std::cerr << "tornel-cli: " << o.error << "\n\n" << kHelp;
         return kExitUsage;
     }
+    if (!o.checkScript.empty()) return CheckScriptCommand(o.checkScript);
+#if !TORNEL_SERVICE
+    if (o.automation) {
+        std::cerr << "tornel-cli: built without the automation service (Qt 6 DBus)\n";
+        return kExitUsage;
+    }
+#endif
     std::string home = CarpetaDelPrograma();
     if (home.empty()) {
         std::cerr << "tornel-cli: the program folder cannot be made; set TORNEL_HOME\n";
@@ -184,6 +234,16 @@ int Run(int argc, char** argv) {
         std::cout << "tornel-cli " << TORNEL_VERSION_TEXT << ", pixel library " << c.gVersionDLL << "\n";
         return kExitSolved;
     }
+#if TORNEL_SERVICE
+    if (o.automation) {
+        // Started for a client: no command line, and the end comes with the last client.
+        c.gIniciadoPorUsuario = false;
+        daemon = true;
+        platform.SetQuiet(true);
+        Form_Load(c, "");
+        return RunAutomationService(c, platform, timers);
+    }
+#endif
     // As in the desktop program, a line whose mode is not one is ignored and the parameters stand.
     if (!o.items.empty() && !CommandLineMode(o.items[0]))
         std::cerr << "tornel-cli: MODE " << o.items[0]

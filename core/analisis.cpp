@@ -199,6 +199,7 @@ void AnalizaImagen(Context& c) {
         c.distanceRings.Clear();
         c.patternSolution = false;
         c.gUltimoError.clear();
+        c.gCausaFallo.clear();
         c.mFinAnalisis = false;
         PoneTitulo(c, "TORNEL");
         PoneLabelResultado(c, "");
@@ -465,7 +466,26 @@ void ExtraeEstrellas(Context& c) {
     });
 }
 
+namespace {
+
+// Why an analysis that found nothing failed, for the automation object: a stop, the stage's error,
+// or what the stage last showed in the result label.
+void KeepFailureCause(Context& c) {
+    if (c.gDetenerAnalisis)
+        c.gCausaFallo = Pick(c, "Búsqueda interrumpida por el usuario.", "Recherche abandonnée par l'usager.",
+                             "Search interrupted by the user.");
+    else if (!c.gUltimoError.empty())
+        c.gCausaFallo = c.gUltimoError;
+    else if (!c.mTextoLabelResultado.empty() && c.mTextoLabelResultado != Pick(c, kStopEs, kStopFr, kStopEn))
+        c.gCausaFallo = c.mTextoLabelResultado;
+    else
+        c.gCausaFallo = Pick(c, "Posición no encontrada.", "Position non trouvée.", "Position not found.");
+}
+
+}  // namespace
+
 void DespuesDeAnalizaImagen(Context& c) {
+    if (c.mFinAnalisis || c.gDetenerAnalisis) KeepFailureCause(c);
     WithTrap(c, "DespuesDeAnalizaImagen", [&] {
         if (c.mSoloRecentrado && c.mRecentradoHecho) LineaDeriva(c);
         if (c.gDetenerAnalisis) {

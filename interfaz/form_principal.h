@@ -183,6 +183,7 @@ class FormPrincipal : public QMainWindow {
     void mInclinacion_Click();
     void mBuscaOrientacionCamara_Click();
     void mRecentradoSolo_Click();
+    void mScriptCheck_Click();
     void mRecentradoRef_Click();
     void mIdiomaA_Click();
     void mIdiomaB_Click();

@@ -25,6 +25,7 @@
 #include "astrometria/angle_calibration.h"
 #include "astrometria/plate_model.h"
 #include "automatizacion/buzon.h"
+#include "automatizacion/script_checker.h"
 #include "comun/build_info.h"
 #include "comun/errors.h"
 #include "comun/files.h"
@@ -340,6 +341,10 @@ void FormPrincipal::mParametros_Click() {
     FormParametros form(c_, this);
     form.exec();
     ActualizaFormularioSegunParametros();
+}
+
+void FormPrincipal::mScriptCheck_Click() {
+    CompruebaScript(c_);
 }
 
 void FormPrincipal::mPerfilCargar_Click() {

@@ -198,7 +198,7 @@ void FormPrincipal::BuildMenus() {
     AddEntry(varios, "mRecentradoSolo", &F::mRecentradoSolo_Click, true);
     AddEntry(varios, "mRecentradoRef", &F::mRecentradoRef_Click);
     varios->addSeparator();
-    AddEntry(varios, "mScriptCheck");
+    AddEntry(varios, "mScriptCheck", &F::mScriptCheck_Click);
     varios->addSeparator();
     QMenu* idioma = AddMenu(varios, "mIdioma");
     AddEntry(idioma, "mIdiomaA", &F::mIdiomaA_Click);
@@ -379,9 +379,9 @@ void FormPrincipal::ApplyEnableRules() {
     for (const char* name :
          {"mDentroDelRectangulo", "mFueraDelRectangulo", "mAnalizarDentro", "mAnalizarFuera"})
         Enable(name, hasRectangle_);
-    // Their windows (star calibration, telescope choice, script check) are not part of the program yet.
+    // Their windows (star calibration, telescope choice) are not part of the program yet.
     for (const char* name : {"mCalibrarPixelYangulo", "mCalibrar2estrellas", "mCalibrar3estrellas",
-                             "mSelTelescopioCOM", "mSelTelescopioASCOM", "mScriptCheck"})
+                             "mSelTelescopioCOM", "mSelTelescopioASCOM"})
         Enable(name, false);
     const bool image = c_.gImagenEnPantalla;
     for (const char* name : {"mExtraer2", "mExtraer3", "mEstrellaA2", "mEstrellaB2", "mEstrellaA3",

@@ -12,6 +12,12 @@
 #include "imagen/pixel/tornel_pixel.h"
 #include "interfaz/form_principal.h"
 #include "interfaz/qt_platform.h"
+#if TORNEL_SERVICE
+#include <QDBusConnection>
+#include <memory>
+
+#include "servicio/solver_object.h"
+#endif
 
 namespace {
 
@@ -29,6 +35,9 @@ Options:
   --quit-when-shown   print "shown" and close as soon as the window has started (for measuring)
   --version           print the program and pixel library versions
   --help              this text
+
+Once started, the program serves the automation object org.tornel.ImageSolver on the session bus
+(see tornel-cli --automation), unless another program already does; it stays when its clients leave.
 
 Program folder: $TORNEL_HOME when set, else $XDG_DATA_HOME/tornel, else ~/.local/share/tornel. It holds
 param.txt. A second program on the same folder ends at once.
@@ -84,6 +93,24 @@ int main(int argc, char** argv) {
     c.gCarpetaPrograma = home;
     FormPrincipal window(c, platform, options);
     window.show();
+#if TORNEL_SERVICE
+    // The object is published once the start-up has read the parameters, so that no client's
+    // setting is overwritten by them. A second program leaves the name to the first.
+    std::unique_ptr<SolverObject> solver;
+    auto* publish = new QTimer(&window);
+    QObject::connect(publish, &QTimer::timeout, &window, [&] {
+        if (!window.Started()) return;
+        publish->stop();
+        QDBusConnection bus = QDBusConnection::sessionBus();
+        if (!bus.isConnected()) return;
+        solver = std::make_unique<SolverObject>(c, bus);
+        if (!solver->Publish()) {
+            std::cerr << "tornel: another program serves " << kSolverService << "; this one does not\n";
+            solver.reset();
+        }
+    });
+    publish->start(0);
+#endif
     if (quitWhenShown) {
         // Once the start-up has run and the window has been painted again.
         auto* poll = new QTimer(&window);

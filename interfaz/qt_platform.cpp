@@ -155,6 +155,11 @@ void QtPlatform::ApplyParameters() {
     if (window_) window_->ActualizaFormularioSegunParametros();
 }
 
+// The menu entry's own handler: the modal dialog, then the window set from the parameters.
+void QtPlatform::ShowParametersDialog() {
+    if (window_) window_->Action("mParametros")->trigger();
+}
+
 // The engine draws in display pixels, the image's pixels divided by the reduction in force; the view
 // keeps image pixels.
 void QtPlatform::ClearOverlay() {

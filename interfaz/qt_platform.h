@@ -38,6 +38,7 @@ class QtPlatform : public Platform {
     void SetAutomaticMode(bool waiting) override;
     void ApplyLanguage() override;
     void ApplyParameters() override;
+    void ShowParametersDialog() override;
     void ClearOverlay() override;
     void DrawPoint(double x, double y, OverlayColour colour) override;
     void DrawCircle(double x, double y, double radius, OverlayColour colour, int lineWidth) override;

@@ -10,6 +10,7 @@ packages=(
     groff-base man-db bsdextrautils
     libsqlite3-dev
     qt6-base-dev qt6-qpa-plugins fonts-dejavu-core
+    dbus-daemon dbus-bin libglib2.0-bin python3-dbus python3-gi
     xvfb xauth imagemagick
 )
 

@@ -21,6 +21,11 @@ struct AutomationState {
     int32_t mTiempoLimite = 0;
     // tornel.sta writes so far: a message that wrote none is answered with the waiting state.
     int64_t statusWrites = 0;
+
+    // The automation object: live clients, and why the last analysis failed. That a client set the
+    // estimated centre is gCoordenadasScript, which the search honours.
+    int32_t gConexiones = 0;
+    std::string gCausaFallo;
 };
 
 }  // namespace tornel

@@ -45,8 +45,8 @@ struct CoreState {
     bool parametersForThisRunOnly = false;
     // Start-up.
     std::string gCarpetaPrograma;  // program folder, ends in "/"
+    // Started by a user, not by an automation client (the automation object's gIniciadoSolo).
     bool gIniciadoPorUsuario = true;
-    int32_t gInstanciasSolver = 0;
     bool gDecimalConComa = false;
     double gPi = 3.1415927;
     double gGradosARadianes = 3.1415927 / 180.0;

@@ -20,5 +20,7 @@ check comun comun imagen/pixel
 for s in imagen catalogo busqueda astrometria resultados telescopio; do check "$s" "${lower[@]}"; done
 check core "${lower[@]}" core automatizacion
 check automatizacion "${lower[@]}" core automatizacion
+# The automation service carries the object over the bus for both front ends.
+check servicio "${lower[@]}" core automatizacion consola servicio
 [ $status -eq 0 ] && echo "1 passed, 0 failed" || echo "0 passed, 1 failed"
 exit $status

@@ -48,6 +48,13 @@ if [ -x "$prefix/bin/tornel" ]; then
         grep -qx -- "$option" <<<"$documented" || fail "tornel.1 does not document $option"
     done
 fi
+# The automation service's activation file and its interface, when Qt DBus was there to build it.
+if [ -f "$build/dbus-1/services/org.tornel.ImageSolver.service" ]; then
+    service=$prefix/share/dbus-1/services/org.tornel.ImageSolver.service
+    grep -qx 'Name=org.tornel.ImageSolver' "$service" 2>/dev/null || fail "no activation file for org.tornel.ImageSolver"
+    grep -qE '^Exec=/.*/tornel-cli --automation$' "$service" || fail "the activation file does not start tornel-cli"
+    [ -f "$prefix/share/dbus-1/interfaces/org.tornel.ImageSolver1.xml" ] || fail "no interface file"
+fi
 documented=$(page tornel-cli | long_options)
 for option in $(run tornel-cli solve --help | long_options) $(run tornel-cli --help | long_options); do
     grep -qx -- "$option" <<<"$documented" || fail "tornel-cli.1 does not document $option"

@@ -178,6 +178,7 @@ class WindowTest : public QObject {
     void analyseAndCloseFromTheCommandLine();
     void regionIndexRebuiltUnderTheWaitWindow();
     void overlayStaysOnTheImageAtAnyZoom();
+    void scriptCheckFromTheMenu();
 };
 
 void WindowTest::menusInThreeLanguages() {
@@ -719,6 +720,22 @@ void WindowTest::overlayStaysOnTheImageAtAnyZoom() {
     // A new analysis clears them.
     p.platform.ClearOverlay();
     QCOMPARE(p.window->View().OverlaySize(), size_t{0});
+}
+
+// Others / Check a script file: enabled, it asks for the script and leaves the report beside it.
+void WindowTest::scriptCheckFromTheMenu() {
+    Program p;
+    QAction* entry = p.window->Action("mScriptCheck");
+    QVERIFY(entry->isEnabled());
+    QCOMPARE(p.Caption("mScriptCheck"), QString("Check a script file"));
+    const std::string script =
+        p.home.Write("run.vbs", "Set s = CreateObject(\"Tornel.ImageSolver\")\ns.Analyse\n");
+    p.platform.chosenFiles.push_back(script);
+    entry->trigger();
+    QCOMPARE(p.platform.dialogs.back().title, std::string("Load the script file to be checked"));
+    QVERIFY(p.home.Read("runCHECK.txt").find("NOT A METHOD NOR A PROPERTY") != std::string::npos);
+    QVERIFY(
+        p.platform.Told("Script file checked. See the errors in the file " + p.home.File("runCHECK.txt")));
 }
 
 }  // namespace tornel
