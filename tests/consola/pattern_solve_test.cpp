@@ -126,5 +126,18 @@ TEST_F(PatternSolve, ANarrowFieldWithAPositionGoesToTheDistanceRoadFirst) {
     EXPECT_EQ(json.at("road"), "\"patterns\"");
 }
 
+TEST_F(PatternSolve, ASolvedFieldListsTheObjectsOnIt) {
+    // Objects at the centre of the field to come and in its corner, one a degree off.
+    objects = {{150.2f, -29.7f, 5, "NGC 1"}, {150.2f, -28.7f, 5, "NGC 2"}};
+    Databases(2);
+    const std::string image = Render({150.2, -29.7, 0, 33.0, 0, 0, false});
+    const testing::ProgramRun r = testing::RunProgram(home, "tornel-cli", {"solve", image});
+    ASSERT_EQ(r.status, 0) << r.out << r.err;
+    const size_t at = r.out.find("Objects in the image");
+    ASSERT_NE(at, std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("NGC 1", at), std::string::npos) << r.out;
+    EXPECT_EQ(r.out.find("NGC 2"), std::string::npos) << r.out;
+}
+
 }  // namespace
 }  // namespace tornel

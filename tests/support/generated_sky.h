@@ -75,6 +75,7 @@ class GeneratedSkyTest : public ::testing::Test {
         home.MakeFolder("messages");
         db::BuildInputs inputs;
         inputs.stars.push_back(GeneratedSky(3));
+        inputs.objects = objects;
         sky = inputs.stars.back();
         db::BuildOptions options;
         options.database1 = base == 1;
@@ -85,6 +86,9 @@ class GeneratedSkyTest : public ::testing::Test {
         QuietPlatform quiet;
         ASSERT_TRUE(db::BuildDatabase(quiet, inputs, options, database, nullptr, error)) << error;
     }
+
+    // The deep-sky objects that Build puts in the database's pgc.bin.
+    std::vector<db::SkyObject> objects;
 
     // The parameters of a run, written by the program's own writer; `more` sets any others. Database
     // 2 takes its search centre from the combos, (0, 0): no position at all.
