@@ -15,7 +15,6 @@ namespace tornel {
 namespace {
 
 constexpr const char* kNothing = "erroneo";
-constexpr auto kAnswerWait = std::chrono::milliseconds(5000);
 
 // Whole units, then minutes and seconds with `decimals`; a field at its rounding limit becomes 0
 // and carries, so that no field shows 60.
@@ -129,7 +128,7 @@ bool AskChartCentre(Context& c, ChartServer& server, const char* procedure) {
         return false;
     }
     c.LabelDDEciel = kNothing;
-    const auto deadline = LinkWait::Clock::now() + kAnswerWait;
+    const auto deadline = LinkWait::Clock::now() + std::chrono::milliseconds(c.planetariumWaitMs);
     double ra = 0, dec = 0, fov = 0;
     try {
         const std::string a = server.Ask("GETRA F", deadline);
@@ -235,7 +234,8 @@ void SincronizaCartesDuCielDDE(Context& c) {
             }
         }
         try {
-            server.Ask(wire + "s" + field, LinkWait::Clock::now() + kAnswerWait);
+            server.Ask(wire + "s" + field,
+                       LinkWait::Clock::now() + std::chrono::milliseconds(c.planetariumWaitMs));
         } catch (const LinkError& e) {
             ReportFailure(c, e.what(), " SincronizaCartesDuCielDDE");
         }

@@ -31,6 +31,8 @@ struct TelescopeState {
 
     // The planetarium's TCP server for the chart centre and the move.
     std::string planetarium = "cdc://127.0.0.1:3292";
+    // How long the planetarium is given to answer for its chart centre.
+    int32_t planetariumWaitMs = 5000;
     // The last text read from the planetarium; "erroneo" while nothing has come.
     std::string LabelDDEciel;
     // The text served to clients of the line service ("ALI AR=... DE=...").
