@@ -77,8 +77,7 @@ int main(int argc, char** argv) {
                 std::cerr << "tornel: --line-service takes a port from 0 to 65535, not " << v << "\n";
                 return 2;
             }
-        }
-        else if (a.size() > 1 && a[0] == '-' && !IsNumeric(a)) {
+        } else if (a.size() > 1 && a[0] == '-' && !IsNumeric(a)) {
             std::cerr << "tornel: unknown option " << a << "\n\n" << kHelp;
             return 2;
         } else
@@ -123,5 +122,7 @@ int main(int argc, char** argv) {
         });
         poll->start(0);
     }
-    return app.exec();
+    const int status = app.exec();
+    CloseLineService(c);
+    return status;
 }
