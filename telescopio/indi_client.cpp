@@ -111,6 +111,7 @@ struct IndiClient::Parser {
             if (StartsWith(name, "def")) v.members.clear();
             const char* state = Attribute(attributes, "state");
             if (*state) v.state = state;
+            ++v.updates;
             inVector = true;
         } else if (std::strcmp(name, "delProperty") == 0) {
             auto it = devices->find(device);

@@ -18,6 +18,7 @@ namespace tornel {
 struct IndiVector {
     std::string state;                           // Idle, Ok, Busy or Alert
     std::map<std::string, std::string> members;  // trimmed texts: "On"/"Off", numbers, texts
+    uint64_t updates = 0;                        // definitions and updates received so far
     bool Is(const std::string& member, const std::string& value) const;
     double Number(const std::string& member) const;  // LinkError when absent or not a number
 };

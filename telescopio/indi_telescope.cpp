@@ -57,18 +57,28 @@ class IndiTelescope : public TelescopeLink {
         const IndiVector* park = Optional("TELESCOPE_PARK");
         if (park && park->Is("PARK", "On")) throw LinkError("The telescope is parked.");
         const std::string previous = OnSwitch(kCoordSet);
+        // Answers that come after a request, not what was known before it, tell what the driver did.
+        const uint64_t modeBefore = Updates(kCoordSet);
         client_.NewSwitch(id_.device, kCoordSet, "SYNC");
-        if (!client_.WaitFor([&] { return OnSwitch(kCoordSet) == "SYNC"; }))
+        if (!client_.WaitFor(
+                [&] { return Updates(kCoordSet) > modeBefore && OnSwitch(kCoordSet) == "SYNC"; }))
             throw LinkError("The telescope did not take the sync mode.");
         const size_t heard = client_.Messages(id_.device).size();
+        const uint64_t before = Updates(kCoordinates);
         client_.NewNumbers(id_.device, kCoordinates, {{"RA", hours}, {"DEC", degrees}});
         std::string refusal;
         const bool taken = client_.WaitFor([&] {
             refusal = Refusal(heard);
-            return !refusal.empty() || At(hours, degrees);
+            return !refusal.empty() || (Updates(kCoordinates) > before && At(hours, degrees));
         });
         // The mode is shared by every client of the device: the next goto must not become a sync.
-        if (!previous.empty() && previous != "SYNC") client_.NewSwitch(id_.device, kCoordSet, previous);
+        // The driver confirms it before this link goes.
+        if (!previous.empty() && previous != "SYNC") {
+            const uint64_t restoreBefore = Updates(kCoordSet);
+            client_.NewSwitch(id_.device, kCoordSet, previous);
+            client_.WaitFor(
+                [&] { return Updates(kCoordSet) > restoreBefore && OnSwitch(kCoordSet) == previous; });
+        }
         if (!refusal.empty()) throw LinkError(refusal);
         if (!taken) throw LinkError("The telescope did not take the coordinates within the time limit.");
     }
@@ -106,6 +116,11 @@ class IndiTelescope : public TelescopeLink {
         return client_.Find(id_.device, vector);
     }
 
+    uint64_t Updates(const char* vector) const {
+        const IndiVector* v = client_.Find(id_.device, vector);
+        return v ? v->updates : 0;
+    }
+
     std::string OnSwitch(const char* vector) const {
         const IndiVector* v = client_.Find(id_.device, vector);
         if (!v) return {};
@@ -132,7 +147,8 @@ class IndiTelescope : public TelescopeLink {
         try {
             double dRa = std::fabs(v->Number("RA") - hours);
             if (dRa > 12) dRa = 24 - dRa;
-            return dRa < 2e-5 && std::fabs(v->Number("DEC") - degrees) < 1e-4;
+            // The driver reports its own reckoning of the new position, a few seconds of arc off.
+            return dRa < 3e-4 && std::fabs(v->Number("DEC") - degrees) < 1e-3;
         } catch (const LinkError&) {
             return false;
         }

@@ -4,6 +4,7 @@
 
 #include <cmath>
 
+#include "automatizacion/mensajes.h"
 #include "telescopio/telescope_link.h"
 #include "telescopio/telescopio.h"
 #include "tests/support/recording_platform.h"
@@ -73,11 +74,19 @@ TEST_F(IndiTelescope, ASyncMovesTheTelescopeToTheSolvedCentreInTheChosenEquinox)
     // The shared mode is given back, so that the next goto of any client is not a sync.
     EXPECT_EQ(simulator.Text("ON_COORD_SET.TRACK"), "On");
 
+    // The mailbox's command does the same.
+    c.gSincroEquinoccioActual = 0;
+    int32_t resultado = -1;
+    DescodificaComando(c, "EXE   synchronize", "", resultado);
+    EXPECT_EQ(resultado, 0);
+    EXPECT_TRUE(RunPendingCommand(c));
+    EXPECT_NEAR(SimulatorRa(), 84.0, kArcsecond);
+
     // Without a solution nothing is sent.
     c.gHaySolucion = false;
-    c.gARActual = 10;
+    c.gARJ2000 = 10;
     Sincroniza(c);
-    EXPECT_NEAR(SimulatorRa(), 84.3, kArcsecond);
+    EXPECT_NEAR(SimulatorRa(), 84.0, kArcsecond);
 }
 
 TEST_F(IndiTelescope, ATelescopeNotTrackingIsRefusedWithItsMessage) {
