@@ -50,5 +50,26 @@ TEST_F(TelescopeSolve, ModeEightSearchesAroundTheTelescopeAndSynchronisesItAfter
     EXPECT_NEAR(simulator.Number("EQUATORIAL_EOD_COORD.DEC"), dec, tolerance);
 }
 
+TEST_F(TelescopeSolve, TheCommandLineListsTheTelescopesInReach) {
+    if (!IndiSimulator::Installed()) GTEST_SKIP() << "indiserver and its simulator are not installed";
+    IndiSimulator simulator;
+    ASSERT_TRUE(simulator.Running());
+    const std::string cli = std::string(TORNEL_BINARY_DIR) + "/consola/tornel-cli";
+    auto list = [&](const std::string& server) {
+        const std::string command = "'" + cli + "' --list-telescopes --indi-server " + server + " >'" +
+                                    home.File("list.txt") + "' 2>/dev/null";
+        const int raw = std::system(command.c_str());
+        return std::make_pair(WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, home.Read("list.txt"));
+    };
+    const auto [found, text] = list(simulator.Server());
+    EXPECT_EQ(found, 0);
+    EXPECT_EQ(
+        text.rfind(simulator.Identifier() + "\tINDI Telescope Simulator (indi_simulator_telescope)\n", 0), 0u)
+        << text;
+    const auto [none, empty] = list("127.0.0.1:" + std::to_string(testing::FreeLoopbackPort()));
+    EXPECT_EQ(none, 1);
+    EXPECT_EQ(empty.find("indi://"), std::string::npos);
+}
+
 }  // namespace
 }  // namespace tornel
