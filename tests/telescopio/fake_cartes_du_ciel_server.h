@@ -46,6 +46,15 @@ class FakeCartesDuCielServer {
         std::lock_guard<std::mutex> lock(mutex_);
         return commands_;
     }
+    // The commands once the client has said goodbye: the server reads them on its own thread.
+    std::vector<std::string> CommandsUntilQuit() {
+        for (int i = 0; i < 200; ++i) {
+            auto all = Commands();
+            if (!all.empty() && all.back() == "QUIT") return all;
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        return Commands();
+    }
 
   private:
     std::string Reply(const std::string& command) {

@@ -39,7 +39,7 @@ TEST(Planetarium, TheChartCentreBecomesTheSearchCentre) {
     EXPECT_EQ(p.c.LabelDDEciel, "RA:05h35m17.30s DEC:-22d00m52.0s FOV:+01d30m00s");
     EXPECT_NEAR(p.c.gCentroBusquedaRA, 5.58814 * 15, 0.01 / 240);
     EXPECT_NEAR(p.c.gCentroBusquedaDEC, -22.01444, 0.05 / 3600);
-    EXPECT_EQ(server.Commands().back(), "QUIT");
+    EXPECT_EQ(server.CommandsUntilQuit().back(), "QUIT");
 }
 
 TEST(Planetarium, TheMoveTakesTheSolvedCentreAndKeepsTheChartsField) {
@@ -62,7 +62,7 @@ TEST(Planetarium, TheMoveTakesTheSolvedCentreAndKeepsTheChartsField) {
     p.c.gSincroEquinoccioActual = 0;
     p.c.gTelescopioSincro = 2;
     Sincroniza(p.c);
-    const auto commands = server.Commands();
+    const auto commands = server.CommandsUntilQuit();
     ASSERT_GE(commands.size(), 2u);
     EXPECT_EQ(commands[commands.size() - 2], "MOVE RA:05h35m17.30s DEC:+22d00m52.0s FOV:+01d30m00s");
 }
