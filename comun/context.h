@@ -14,6 +14,7 @@
 #include "comun/state/pattern_state.h"
 #include "comun/state/results_state.h"
 #include "comun/state/search_state.h"
+#include "comun/state/telescope_state.h"
 #include "comun/state/triangle_state.h"
 #include "comun/state/window_state.h"
 
@@ -35,6 +36,7 @@ struct Context : CoreState,
                  AstrometryState,
                  ResultsState,
                  AutomationState,
+                 TelescopeState,
                  WindowState {
     explicit Context(Platform& p) : platform(p) {}
     Context(const Context&) = delete;

@@ -32,6 +32,8 @@ std::string ErrorText(int number) {
             return "Path/File access error";
         case kErrPathNotFound:
             return "Path not found";
+        case kErrAutomation:
+            return "Automation error";
         default:
             return "Application-defined or object-defined error";
     }

@@ -25,6 +25,7 @@ enum ErrorNumber : int {
     kErrPermissionDenied = 70,
     kErrPathFileAccess = 75,
     kErrPathNotFound = 76,
+    kErrAutomation = 440,  // a telescope or planetarium link failed
 };
 
 // The standard English text of an error number.

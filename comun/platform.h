@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace tornel {
 
@@ -41,6 +43,14 @@ class Platform {
     virtual void DoEvents() = 0;
     // File choice; empty when the user cancels.
     virtual std::optional<std::string> ChooseFile(const FileDialogRequest& request) = 0;
+
+    // A choice among (value, description) pairs, or a value typed by hand, starting at `current`;
+    // empty when the user cancels or there is no user.
+    virtual std::optional<std::string> ChooseFromList(
+        const std::string& /*title*/, const std::vector<std::pair<std::string, std::string>>& /*items*/,
+        const std::string& /*current*/) {
+        return std::nullopt;
+    }
 
     // Busy pointer over the window and the image; menus locked during an analysis.
     virtual void SetBusy(bool /*busy*/) {}

@@ -2,6 +2,7 @@
 #include <signal.h>
 
 #include <iostream>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -9,6 +10,7 @@
 #include "comun/build_info.h"
 #include "comun/files.h"
 #include "comun/numbers.h"
+#include "comun/quiet_platform.h"
 #include "consola/console_platform.h"
 #include "consola/solve_command.h"
 #include "consola/timer_loop.h"
@@ -18,6 +20,8 @@
 #if TORNEL_SERVICE
 #include "servicio/service_run.h"
 #endif
+#include "telescopio/line_service.h"
+#include "telescopio/telescopio.h"
 
 namespace tornel {
 namespace {
@@ -60,6 +64,19 @@ Options:
   --version      print the program and pixel library versions
   --help         this text
 
+Telescope and planetarium links (the telescope itself is a parameter, line 26: an identifier
+indi://HOST:PORT/DEVICE, alpaca://HOST:PORT/N):
+  --list-telescopes        print the telescopes in reach, one identifier and its description a
+                           line, and end (status 1 when none answers): the devices of the INDI
+                           servers with the telescope interface, and the telescopes of the Alpaca
+                           servers that answer discovery
+  --indi-server HOST:PORT  an INDI server to list (repeatable; default 127.0.0.1:7624)
+  --link-timeout MS        the longest wait for one answer of a server (default 3000)
+  --planetarium cdc://HOST:PORT
+                           the Cartes du Ciel TCP server (default cdc://127.0.0.1:3292)
+  --line-service PORT      serve the solved centre on 127.0.0.1:PORT (0: a free port); the port
+                           is written to $XDG_RUNTIME_DIR/tornel/tcpport
+
 Program folder: $TORNEL_HOME when set, else $XDG_DATA_HOME/tornel, else ~/.local/share/tornel. It holds
 param.txt; it is created on the first start. A second program on the same folder ends at once.
 
@@ -83,13 +100,55 @@ the mailbox folder is missing. 143: ended by SIGTERM before it could end by itse
 )";
 
 struct Options {
-    bool help = false, version = false, quiet = false, automation = false;
+    bool help = false, version = false, quiet = false, automation = false, listTelescopes = false;
     std::string checkScript;
+    std::vector<std::string> indiServers;
+    std::optional<int> linkTimeoutMs, lineServicePort;
+    std::string planetarium;
     bool log = false;
     std::string logPath;
     std::vector<std::string> items;
     std::string error;
 };
+
+std::string LinkOption(Options& o, const std::string& name, const char* value) {
+    if (!value) return name + " needs a value";
+    const std::string v = value;
+    auto number = [&](int low, int high) -> std::optional<int> {
+        if (!IsNumeric(v) || v.find_first_of(".,eE") != std::string::npos) return std::nullopt;
+        const double n = TextToDouble(v);
+        if (n < low || n > high) return std::nullopt;
+        return static_cast<int>(n);
+    };
+    if (name == "--indi-server") {
+        o.indiServers.push_back(v);
+    } else if (name == "--planetarium") {
+        o.planetarium = v;
+    } else if (name == "--link-timeout") {
+        o.linkTimeoutMs = number(1, 600000);
+        if (!o.linkTimeoutMs) return "--link-timeout takes milliseconds from 1 to 600000, not " + v;
+    } else {
+        o.lineServicePort = number(0, 65535);
+        if (!o.lineServicePort) return "--line-service takes a port from 0 to 65535, not " + v;
+    }
+    return "";
+}
+
+void ApplyLinkOptions(const Options& o, Context& c) {
+    if (!o.indiServers.empty()) c.indiServers = o.indiServers;
+    if (o.linkTimeoutMs) c.linkTimeoutMs = *o.linkTimeoutMs;
+    if (!o.planetarium.empty()) c.planetarium = o.planetarium;
+}
+
+int ListTelescopesInReach(const Options& o) {
+    QuietPlatform platform;
+    Context c(platform);
+    ApplyLinkOptions(o, c);
+    const auto list = TelescopesInReach(c);
+    for (const auto& [identifier, description] : list)
+        std::cout << identifier << "\t" << description << "\n";
+    return list.empty() ? kExitNotSolved : kExitSolved;
+}
 
 Options ParseOptions(int argc, char** argv) {
     Options o;
@@ -109,6 +168,11 @@ Options ParseOptions(int argc, char** argv) {
             o.checkScript = a.substr(15);
         else if (a == "--log")
             o.log = true;
+        else if (a == "--list-telescopes")
+            o.listTelescopes = true;
+        else if (a == "--indi-server" || a == "--link-timeout" || a == "--planetarium" ||
+                 a == "--line-service")
+            o.error = LinkOption(o, a, i + 1 < argc ? argv[++i] : nullptr);
         else if (a.rfind("--log=", 0) == 0)
             o.log = true, o.logPath = a.substr(6);
         else if (a.size() > 1 && a[0] == '-' && !IsNumeric(a))
@@ -209,6 +273,7 @@ int Run(int argc, char** argv) {
         return kExitUsage;
     }
 #endif
+    if (o.listTelescopes) return ListTelescopesInReach(o);
     std::string home = CarpetaDelPrograma();
     if (home.empty()) {
         std::cerr << "tornel-cli: the program folder cannot be made; set TORNEL_HOME\n";
@@ -248,7 +313,11 @@ int Run(int argc, char** argv) {
     if (!o.items.empty() && !CommandLineMode(o.items[0]))
         std::cerr << "tornel-cli: MODE " << o.items[0]
                   << " is not a number from 0 to 8; the command line is ignored\n";
+    ApplyLinkOptions(o, c);
     Form_Load(c, Join(o.items));
+    if (o.lineServicePort && !OpenLineService(c, static_cast<uint16_t>(*o.lineServicePort)))
+        return kExitUsage;
+    if (o.lineServicePort) std::cerr << "tornel-cli: line service on 127.0.0.1:" << c.lineServicePort << "\n";
     if (!c.gAnalizaYsale && (c.gOrigenImagen == 5 || c.gOrigenImagen == 6)) {
         daemon = true;
         return RunMailboxDaemon(c, platform, timers);

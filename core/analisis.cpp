@@ -126,12 +126,10 @@ void FailCoordinates(Context& c, const std::string& error) {
 
 // The telescope source of the centre; false when it could not be read.
 bool CentreFromTelescope(Context& c) {
-    double ra = 0, dec = 0;
-    int code = LeeCoordenadasTelescopio(c, ra, dec);
+    int32_t code = 0;
+    AscomLeeArDe(c, code);
     switch (code) {
         case 0:
-            c.gCentroBusquedaRA = ra;
-            c.gCentroBusquedaDEC = dec;
             ParaResumen(c, "Coordenadas de búsqueda del telescopio ASCOM:",
                         "Coordonnées de recherche du télescope ASCOM:",
                         "Searching coordinates from the ASCOM telescope:");

@@ -22,6 +22,7 @@
 #include "imagen/pixel/tornel_pixel.h"
 #include "resultados/resumen.h"
 #include "resultados/status_files.h"
+#include "telescopio/telescopio.h"
 
 namespace tornel {
 
@@ -245,6 +246,7 @@ void Form_Load(Context& c, const std::string& lineaComandos,
     try {
         DeleteLeftOvers(c.gCarpetaPrograma);
         InicializaVariables(c);
+        CargaTelescopios(c);
         ParametrosPorDefecto(c);
         std::string ruta = RutaParametros(c);
         if (FileExists(ruta))

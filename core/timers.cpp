@@ -13,6 +13,7 @@
 #include "imagen/imagen.h"
 #include "resultados/resumen.h"
 #include "resultados/status_files.h"
+#include "telescopio/line_service.h"
 
 namespace tornel {
 
@@ -34,6 +35,7 @@ const TimerBinding kTimers[] = {
      TimerAnalizaAmbito30x30gConRotacion_Timer},
     {"TimerEsperaTriangle", &Timers::TimerEsperaTriangle, TimerEsperaTriangle_Timer},
     {"TimerBuzon", &Timers::TimerBuzon, TimerBuzon_Timer},
+    {"TimerLineService", &Timers::TimerLineService, ServeLineClients},
 };
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <QDialogButtonBox>
 #include <QGridLayout>
 #include <QHBoxLayout>
+#include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QVBoxLayout>
@@ -11,7 +12,9 @@
 
 #include "comun/language.h"
 #include "comun/numbers.h"
+#include "core/parametros.h"
 #include "resultados/resumen.h"
+#include "telescopio/telescopio.h"
 
 namespace tornel {
 
@@ -256,6 +259,30 @@ FormResultados::FormResultados(Context& c, QWidget* parent) : QDialog(parent), c
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(text_);
     layout->addLayout(buttons);
+}
+
+FormSelCOM::FormSelCOM(Context& c, QWidget* parent) : QDialog(parent), c_(c) {
+    setObjectName("FormSelCOM");
+    setModal(true);
+    setWindowTitle(
+        Q(Pick(c, "Introducir el ID del driver del telescopio COM",
+               "Introduire le ID du driver du telescope COM", "Introduce the driver ID of a COM telescope")));
+    identifier_ = new QLineEdit(Q(c.gTelescopioAscom));
+    identifier_->setObjectName("TextoDriver");
+    identifier_->setMinimumWidth(420);
+    identifier_->setPlaceholderText("indi://127.0.0.1:7624/Telescope Simulator");
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
+    connect(buttons, &QDialogButtonBox::accepted, this, &FormSelCOM::CommandoAceptar_Click);
+    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(identifier_);
+    layout->addWidget(buttons);
+}
+
+void FormSelCOM::CommandoAceptar_Click() {
+    AcceptTelescopeIdentifier(c_, identifier_->text().trimmed().toStdString());
+    SaveChangedParameters(c_);
+    accept();
 }
 
 }  // namespace tornel

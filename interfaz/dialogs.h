@@ -8,6 +8,7 @@
 
 #include "comun/context.h"
 
+class QLineEdit;
 class QPlainTextEdit;
 
 namespace tornel {
@@ -52,6 +53,18 @@ class FormZonaBusqueda : public QDialog {
   private:
     Context& c_;
     QComboBox *desde_, *hasta_;
+};
+
+// The identifier of a telescope typed by hand, for one the chooser does not list.
+class FormSelCOM : public QDialog {
+    Q_OBJECT
+  public:
+    FormSelCOM(Context& c, QWidget* parent);
+    void CommandoAceptar_Click();
+
+  private:
+    Context& c_;
+    QLineEdit* identifier_;
 };
 
 // "Wait...", with no button, while region.bin is rebuilt.

@@ -175,6 +175,14 @@ class FormPrincipal : public QMainWindow {
     void mSincronizaAscom_Click();
     void mSincronizaCDC_Click();
     void mSincronizaDDE_Click();
+    void SetSynchronised(int16_t tipo);
+    // The telescope: choosing it, typing its identifier, the link tests, the setups of telescop.txt.
+    void mSelTelescopioASCOM_Click();
+    void mSelTelescopioCOM_Click();
+    void mAscomLeeARDE_Click();
+    void mAscomSyncTele_Click();
+    void mTele_Click(int indice);
+    void MuestraTelescopios();
     void mActualizaCombos_Click();
     void mParametros_Click();
     void mPerfilCargar_Click();

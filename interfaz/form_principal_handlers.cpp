@@ -143,7 +143,8 @@ void FormPrincipal::mCoordenadasSeleccionadas_Click() {
 }
 
 void FormPrincipal::mCoordenadasAscom_Click() {
-    SetCoordinateOrigin(5);
+    tornel::mCoordenadasAscom_Click(c_);
+    ActualizaMenusSegunOrigenCoordenadas();
 }
 
 void FormPrincipal::mCoordenadasDeCartesDuCiel_Click() {
@@ -308,17 +309,24 @@ void FormPrincipal::mSincroniza_Click() {
 }
 
 void FormPrincipal::mSincronizaAscom_Click() {
-    c_.gTelescopioSincro = 1;
-    ActualizaMenusSegunTelescopioSincronizado();
+    SetSynchronised(1);
 }
 
 void FormPrincipal::mSincronizaCDC_Click() {
-    c_.gTelescopioSincro = 2;
-    ActualizaMenusSegunTelescopioSincronizado();
+    SetSynchronised(2);
 }
 
 void FormPrincipal::mSincronizaDDE_Click() {
-    c_.gTelescopioSincro = 3;
+    SetSynchronised(3);
+}
+
+void FormPrincipal::SetSynchronised(int16_t tipo) {
+    if (c_.gTelescopioSincro != tipo) {
+        c_.gTelescopioSincro = tipo;
+        PoneTitulo(c_, c_.mTitulo);
+        PoneLabelResultado(c_, "");
+        GrabaParametros(c_);
+    }
     ActualizaMenusSegunTelescopioSincronizado();
 }
 

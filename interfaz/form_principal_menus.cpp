@@ -177,8 +177,8 @@ void FormPrincipal::BuildMenus() {
 
     // The link tests: kept out of sight, as the program has always had them.
     QMenu* ascom = AddMenu(bar, "mAscom");
-    AddEntry(ascom, "mAscomLeeARDE");
-    AddEntry(ascom, "mAscomSyncTele");
+    AddEntry(ascom, "mAscomLeeARDE", &F::mAscomLeeARDE_Click);
+    AddEntry(ascom, "mAscomSyncTele", &F::mAscomSyncTele_Click);
     ascom->menuAction()->setVisible(false);
 
     QMenu* varios = AddMenu(bar, "mVarios");
@@ -192,8 +192,8 @@ void FormPrincipal::BuildMenus() {
     AddEntry(varios, "mInclinacion", &F::mInclinacion_Click);
     AddEntry(varios, "mBuscaOrientacionCamara", &F::mBuscaOrientacionCamara_Click);
     varios->addSeparator();
-    AddEntry(varios, "mSelTelescopioCOM");
-    AddEntry(varios, "mSelTelescopioASCOM");
+    AddEntry(varios, "mSelTelescopioCOM", &F::mSelTelescopioCOM_Click);
+    AddEntry(varios, "mSelTelescopioASCOM", &F::mSelTelescopioASCOM_Click);
     varios->addSeparator();
     AddEntry(varios, "mRecentradoSolo", &F::mRecentradoSolo_Click, true);
     AddEntry(varios, "mRecentradoRef", &F::mRecentradoRef_Click);
@@ -208,6 +208,11 @@ void FormPrincipal::BuildMenus() {
     // Shown when telescop.txt names the setups of the user.
     QMenu* tele = AddMenu(bar, "mTelescopio");
     AddTitle(tele, "mTeleTitulos");
+    for (int i = 1; i <= 10; ++i) {
+        QAction* a = AddEntry(tele, "mTele" + std::to_string(i), nullptr, true);
+        connect(a, &QAction::triggered, this, [this, i] { mTele_Click(i); });
+        a->setText("-");
+    }
     tele->menuAction()->setVisible(false);
 
     QAction* ayuda = bar->addAction("mAyuda");
@@ -398,6 +403,7 @@ void FormPrincipal::ActualizaFormularioSegunParametros() {
     ActualizaMenusRectangulo();
     ActualizaMenusSegunMostrar();
     ActualizaMenusSegunBD();
+    MuestraTelescopios();
     Check("mRecentradoSolo", c_.mSoloRecentrado);
     QSignalBlocker b1(checkUmbralAuto_), b2(vScrollUmbral_);
     checkUmbralAuto_->setChecked(c_.gUmbralAutomatico == 1);

@@ -18,6 +18,7 @@
 
 #include "servicio/solver_object.h"
 #endif
+#include "telescopio/line_service.h"
 
 namespace {
 
@@ -33,6 +34,12 @@ and DEC in degrees) and closes the window.
 Options:
   --analyze           press Analyze once the window has started
   --quit-when-shown   print "shown" and close as soon as the window has started (for measuring)
+  --indi-server HOST:PORT
+                      an INDI server the telescope chooser asks (repeatable; default 127.0.0.1:7624)
+  --planetarium cdc://HOST:PORT
+                      the Cartes du Ciel TCP server (default cdc://127.0.0.1:3292)
+  --line-service PORT serve the solved centre to telescope programs on 127.0.0.1:PORT (0: a free
+                      port, written to $XDG_RUNTIME_DIR/tornel/tcpport)
   --version           print the program and pixel library versions
   --help              this text
 
@@ -50,6 +57,9 @@ int main(int argc, char** argv) {
     std::vector<std::string> items;
     StartOptions options;
     bool quitWhenShown = false;
+    std::vector<std::string> indiServers;
+    std::string planetarium;
+    int lineServicePort = -1;
     for (int i = 1; i < argc; ++i) {
         std::string a = argv[i];
         if (a == "--help" || a == "-h") {
@@ -64,7 +74,19 @@ int main(int argc, char** argv) {
             options.analyze = true;
         else if (a == "--quit-when-shown")
             quitWhenShown = true;
-        else if (a.size() > 1 && a[0] == '-' && !IsNumeric(a)) {
+        else if ((a == "--indi-server" || a == "--planetarium" || a == "--line-service") && i + 1 < argc) {
+            const std::string v = argv[++i];
+            if (a == "--indi-server")
+                indiServers.push_back(v);
+            else if (a == "--planetarium")
+                planetarium = v;
+            else if (IsNumeric(v) && TextToDouble(v) >= 0 && TextToDouble(v) <= 65535)
+                lineServicePort = static_cast<int>(TextToDouble(v));
+            else {
+                std::cerr << "tornel: --line-service takes a port from 0 to 65535, not " << v << "\n";
+                return 2;
+            }
+        } else if (a.size() > 1 && a[0] == '-' && !IsNumeric(a)) {
             std::cerr << "tornel: unknown option " << a << "\n\n" << kHelp;
             return 2;
         } else
@@ -91,6 +113,9 @@ int main(int argc, char** argv) {
     QtPlatform platform;
     Context c(platform);
     c.gCarpetaPrograma = home;
+    if (!indiServers.empty()) c.indiServers = indiServers;
+    if (!planetarium.empty()) c.planetarium = planetarium;
+    if (lineServicePort >= 0) OpenLineService(c, static_cast<uint16_t>(lineServicePort));
     FormPrincipal window(c, platform, options);
     window.show();
 #if TORNEL_SERVICE
@@ -124,5 +149,7 @@ int main(int argc, char** argv) {
         });
         poll->start(0);
     }
-    return app.exec();
+    const int status = app.exec();
+    CloseLineService(c);
+    return status;
 }

@@ -3,6 +3,7 @@
 
 #include <QApplication>
 #include <QFileDialog>
+#include <QInputDialog>
 #include <QMessageBox>
 #include <QRegularExpression>
 #include <QStringList>
@@ -106,6 +107,28 @@ std::optional<std::string> QtPlatform::ChooseFile(const FileDialogRequest& reque
     }
     if (path.isEmpty()) return std::nullopt;
     return path.toStdString();
+}
+
+// An editable list: the user picks a telescope found or types an identifier by hand.
+std::optional<std::string> QtPlatform::ChooseFromList(
+    const std::string& title, const std::vector<std::pair<std::string, std::string>>& items,
+    const std::string& current) {
+    QStringList texts;
+    int selected = -1;
+    for (const auto& [value, description] : items) {
+        if (value == current) selected = static_cast<int>(texts.size());
+        texts << Q(value + "    " + description);
+    }
+    if (selected < 0) {
+        texts.prepend(Q(current));
+        selected = 0;
+    }
+    bool ok = false;
+    const QString chosen = QInputDialog::getItem(window_, Q(title), Q(title), texts, selected, true, &ok);
+    if (!ok) return std::nullopt;
+    for (size_t i = 0; i < items.size(); ++i)
+        if (chosen == Q(items[i].first + "    " + items[i].second)) return items[i].first;
+    return chosen.trimmed().toStdString();
 }
 
 void QtPlatform::SetBusy(bool busy) {

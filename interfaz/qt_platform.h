@@ -30,6 +30,9 @@ class QtPlatform : public Platform {
     void SummaryLineAdded(const std::string& line) override;
     void DoEvents() override;
     std::optional<std::string> ChooseFile(const FileDialogRequest& request) override;
+    std::optional<std::string> ChooseFromList(const std::string& title,
+                                              const std::vector<std::pair<std::string, std::string>>& items,
+                                              const std::string& current) override;
     void SetBusy(bool busy) override;
     void LockMenus(bool locked) override;
     bool WindowGeometry(int& left, int& top, int& width, int& height) override;

@@ -9,6 +9,7 @@ packages=(
     python3 python3-astropy
     groff-base man-db bsdextrautils
     libsqlite3-dev
+    indi-bin libexpat1-dev libcpp-httplib-dev nlohmann-json3-dev
     qt6-base-dev qt6-qpa-plugins fonts-dejavu-core
     dbus-daemon dbus-bin libglib2.0-bin python3-dbus python3-gi
     xvfb xauth imagemagick

@@ -27,6 +27,7 @@ struct Timers {
     Timer TimerAnalizaAmbitoZonaEsferica{false, 100};
     Timer TimerAnalizaAmbito30x30gSinRotacion{false, 100};
     Timer TimerAnalizaAmbito30x30gConRotacion{false, 100};
+    Timer TimerLineService{false, 200};  // serves the clients of the line service
 };
 
 // Kinds of database file in the presence table.

@@ -179,6 +179,7 @@ class WindowTest : public QObject {
     void regionIndexRebuiltUnderTheWaitWindow();
     void overlayStaysOnTheImageAtAnyZoom();
     void scriptCheckFromTheMenu();
+    void telescopeSetupsAndIdentifier();
 };
 
 void WindowTest::menusInThreeLanguages() {
@@ -598,6 +599,44 @@ void WindowTest::centreAndRingDialogs() {
     QVERIFY(p.c.timers.TimerAnalizaAmbitoZonaEsferica.Enabled);
     QCOMPARE(p.platform.questions.back(),
              std::string("This search in a spherical ring can last several seconds. OK to begin ?"));
+}
+
+void WindowTest::telescopeSetupsAndIdentifier() {
+    {
+        Program p;
+        QVERIFY(!p.window->Menu("mTelescopio")->menuAction()->isVisible());
+    }
+    Program p({}, {}, false);
+    std::string setups;
+    for (int i = 1; i <= 10; ++i)
+        setups += "Name:\nScope " + std::to_string(i) + "\nsec/pixel:\n" + std::to_string(i) +
+                  ".5\nangle:\n" + std::to_string(10 * i) + ".25\n";
+    p.home.Write("telescop.txt", setups);
+    p.window->Form_Activate();
+    QVERIFY(p.window->Menu("mTelescopio")->menuAction()->isVisible());
+    QCOMPARE(p.Caption("mTele2"), QString("Scope 2 :   2.500 ,     20.25 "));
+    p.window->Action("mTele2")->trigger();
+    QVERIFY(p.window->Action("mTele2")->isChecked());
+    QVERIFY(!p.window->Action("mTele1")->isChecked());
+    QCOMPARE(p.c.gAnguloImagen, 20.25);
+
+    // The identifier typed by hand is kept and saved; the box opens with the one in force.
+    p.c.gTelescopioAscom = "alpaca://10.0.0.5:11111/0";
+    FormSelCOM form(p.c, p.window.get());
+    auto* box = form.findChild<QLineEdit*>("TextoDriver");
+    QCOMPARE(box->text(), QString("alpaca://10.0.0.5:11111/0"));
+    QCOMPARE(form.windowTitle(), QString("Introduce the driver ID of a COM telescope"));
+    box->setText("indi://127.0.0.1:7624/Telescope Simulator");
+    form.CommandoAceptar_Click();
+    QCOMPARE(p.c.gTelescopioAscom, std::string("indi://127.0.0.1:7624/Telescope Simulator"));
+    QVERIFY(p.home.Read("param.txt").find("indi://127.0.0.1:7624/Telescope Simulator") != std::string::npos);
+
+    // Choosing the kind of link to synchronise keeps it in the parameters at once.
+    p.window->Action("mSincronizaCDC")->trigger();
+    QCOMPARE(p.c.gTelescopioSincro, int16_t{2});
+    QVERIFY(p.window->Action("mSincronizaCDC")->isChecked());
+    QVERIFY(p.home.Read("param.txt").find("telescope to synchronize (integer)\r\n2\r\n") !=
+            std::string::npos);
 }
 
 void WindowTest::fileDialogFilters() {

@@ -28,6 +28,15 @@ class RecordingPlatform : public Platform, public UserAnswers {
     std::optional<std::string> ChooseFile(const FileDialogRequest& request) override {
         return Choose(request);
     }
+    std::optional<std::string> ChooseFromList(const std::string&,
+                                              const std::vector<std::pair<std::string, std::string>>& items,
+                                              const std::string&) override {
+        listsShown.push_back(items);
+        if (listChoices.empty()) return std::nullopt;
+        std::string choice = listChoices.front();
+        listChoices.pop_front();
+        return choice;
+    }
     void ShowWait(const std::string& text) override {
         waitTexts.push_back(text);
         waitShown = true;
@@ -57,6 +66,8 @@ class RecordingPlatform : public Platform, public UserAnswers {
     };
     std::vector<DrawnText> texts;
     bool waitShown = false;
+    std::vector<std::vector<std::pair<std::string, std::string>>> listsShown;
+    std::deque<std::string> listChoices;
     std::function<void()> onDoEvents;
     std::function<std::chrono::system_clock::time_point()> now;
     int doEventsCalls = 0;
