@@ -10,25 +10,12 @@
 
 #include "catalogo/deep_sky_objects.h"
 #include "comun/quiet_platform.h"
+#include "tests/support/pointed_plate.h"
 
 namespace tornel {
 namespace {
 
 constexpr double kRad = 3.14159265358979323846 / 180;
-
-void Point(Context& c, double ra, double dec, double side) {
-    const double a = ra * kRad, d = dec * kRad;
-    const double rows[3][3] = {{-std::sin(a), std::cos(a), 0},
-                               {-std::sin(d) * std::cos(a), -std::sin(d) * std::sin(a), std::cos(d)},
-                               {std::cos(d) * std::cos(a), std::cos(d) * std::sin(a), std::sin(d)}};
-    for (size_t i = 1; i <= 3; ++i)
-        for (size_t j = 1; j <= 3; ++j)
-            c.Cij[i][j] = rows[i - 1][j - 1];
-    c.gAnchoImagen = c.gAltoImagen = c.gPixelesX = c.gPixelesY = 3000;
-    c.gRelacionPixel = 1;
-    c.gFactorReduccion = 1;
-    c.gFocalEnPixeles = static_cast<int32_t>(std::lround(1500 / std::tan(side / 2 * kRad)));
-}
 
 void BM_ObjectsOnAnImage(benchmark::State& state) {
     const char* home = std::getenv("TORNEL_HOME");
@@ -43,7 +30,8 @@ void BM_ObjectsOnAnImage(benchmark::State& state) {
     std::uniform_real_distribution<double> ra(0, 360), z(-1, 1);
     for (auto _ : state) {
         state.PauseTiming();
-        Point(c, ra(random), std::asin(z(random)) / kRad, static_cast<double>(state.range(0)));
+        testing::PointPlate(c, ra(random), std::asin(z(random)) / kRad, static_cast<double>(state.range(0)),
+                            3000);
         state.ResumeTiming();
         BuscaObjetosNGCdicotomica(c);
     }

@@ -12,28 +12,12 @@
 #include "busqueda/verification.h"
 #include "catalogo/database_choice.h"
 #include "comun/quiet_platform.h"
+#include "tests/support/pointed_plate.h"
 
 namespace tornel {
 namespace {
 
 constexpr double kRad = 3.14159265358979323846 / 180;
-
-// A plate looking at (ra, dec) with the image's x east and y north, 1000 x 1000 pixels `side`
-// degrees across.
-void Point(Context& c, double ra, double dec, double side) {
-    const double a = ra * kRad, d = dec * kRad;
-    const double rows[3][3] = {{-std::sin(a), std::cos(a), 0},
-                               {-std::sin(d) * std::cos(a), -std::sin(d) * std::sin(a), std::cos(d)},
-                               {std::cos(d) * std::cos(a), std::cos(d) * std::sin(a), std::sin(d)}};
-    for (size_t i = 1; i <= 3; ++i)
-        for (size_t j = 1; j <= 3; ++j)
-            c.Cij[i][j] = rows[i - 1][j - 1];
-    c.gAnchoImagen = c.gAltoImagen = 1000;
-    c.gPixelesX = c.gPixelesY = 1000;
-    c.gRelacionPixel = 1;
-    c.gGradosPorPixel = side / 1000;
-    c.gFocalEnPixeles = static_cast<int32_t>(std::lround(1 / (c.gGradosPorPixel * kRad)));
-}
 
 void BM_VerifyPlate(benchmark::State& state) {
     const char* home = std::getenv("TORNEL_HOME");
@@ -62,7 +46,7 @@ void BM_VerifyPlate(benchmark::State& state) {
     int64_t tested = 0;
     for (auto _ : state) {
         state.PauseTiming();
-        Point(c, 360 * u(rng), std::asin(1.6 * u(rng) - 0.8) / kRad, side);
+        testing::PointPlate(c, 360 * u(rng), std::asin(1.6 * u(rng) - 0.8) / kRad, side, 1000);
         c.mFinAnalisis = false;
         state.ResumeTiming();
         const Verification v = VerifyPlate(c, {}, {});

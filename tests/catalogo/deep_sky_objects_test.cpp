@@ -11,13 +11,12 @@
 #include <vector>
 
 #include "catalogo/deep_sky_objects.h"
+#include "tests/support/pointed_plate.h"
 #include "tests/support/recording_platform.h"
 #include "tests/support/temp_folder.h"
 
 namespace tornel {
 namespace {
-
-constexpr double kRad = 3.14159265358979323846 / 180;
 
 struct Named {
     float ra, dec;
@@ -41,21 +40,6 @@ std::string ObjectFile(std::vector<Named> objects) {
         bytes.append(record, sizeof record);
     }
     return bytes;
-}
-
-// A plate looking at (ra, dec), x east and y north, 1000 x 1000 pixels `side` degrees across.
-void Point(Context& c, double ra, double dec, double side) {
-    const double a = ra * kRad, d = dec * kRad;
-    const double rows[3][3] = {{-std::sin(a), std::cos(a), 0},
-                               {-std::sin(d) * std::cos(a), -std::sin(d) * std::sin(a), std::cos(d)},
-                               {std::cos(d) * std::cos(a), std::cos(d) * std::sin(a), std::sin(d)}};
-    for (size_t i = 1; i <= 3; ++i)
-        for (size_t j = 1; j <= 3; ++j)
-            c.Cij[i][j] = rows[i - 1][j - 1];
-    c.gAnchoImagen = c.gAltoImagen = c.gPixelesX = c.gPixelesY = 1000;
-    c.gRelacionPixel = 1;
-    c.gFactorReduccion = 1;
-    c.gFocalEnPixeles = static_cast<int32_t>(std::lround(500 / std::tan(side / 2 * kRad)));
 }
 
 std::set<std::string> Found(Context& c, const std::string& path) {
@@ -82,9 +66,9 @@ TEST(DeepSkyObjects, AnImageAcrossZeroHoursOrOverAPoleFindsWhatLiesOnIt) {
     folder.Write("pgc.bin", ObjectFile(objects));
     testing::RecordingPlatform platform;
     Context c(platform);
-    Point(c, 0, 0, 2);  // 2 degrees across: -1 to 1 in both
+    testing::PointPlate(c, 0, 0, 2, 1000);  // 2 degrees across: -1 to 1 in both
     EXPECT_EQ(Found(c, folder.File("pgc.bin")), (std::set<std::string>{"West", "East", "South edge"}));
-    Point(c, 123, 89.5, 5);  // the pole and the whole cap
+    testing::PointPlate(c, 123, 89.5, 5, 1000);  // the pole and the whole cap
     const std::set<std::string> cap = Found(c, folder.File("pgc.bin"));
     EXPECT_EQ(cap.size(), 12u);
     std::vector<ObjectInImage> none;
@@ -96,7 +80,7 @@ TEST(DeepSkyObjects, DrawnNamesStayInsideTheImageAndAMissingFileIsSaid) {
     folder.Write("pgc.bin", ObjectFile({{0.95f, 0, "Near the right"}, {0, 0, "Middle"}}));
     testing::RecordingPlatform platform;
     Context c(platform);
-    Point(c, 0, 0, 2);
+    testing::PointPlate(c, 0, 0, 2, 1000);
     c.gCarpetaEstrellas = folder.Path();
     BuscaObjetosNGCdicotomica(c);
     ASSERT_EQ(platform.texts.size(), 2u);
