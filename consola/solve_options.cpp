@@ -55,6 +55,9 @@ Output:
   --verbose               also the search summary as it is written      --verbose
   --help                  this text
 
+The text block of a solution ends with the catalogue's objects on the image (name, RA, DEC, and
+x, y in the pixels the WCS counts).
+
 Header hints: RA/DEC, OBJCTRA/OBJCTDEC, CRVAL1/CRVAL2 for the position; CD1_1/CD2_1, CDELT1,
 SECPIX1/SECPIX, PIXSCALE, SCALE, or FOCALLEN (mm) with XPIXSZ (micrometres) for the scale.
 The automatic threshold is always used.
