@@ -6,6 +6,8 @@
 #include <memory>
 #include <numbers>
 
+#include "comun/zeroed_allocator.h"
+
 namespace tornel {
 
 namespace {
@@ -83,8 +85,8 @@ Span SpanAt(int32_t p, double size, int32_t cells) {
 }
 
 // The image less its background, and the smoothed image over the local noise.
-// Planes of width x height floats, left unset when made: they are written whole before they are read.
-using Plane = std::unique_ptr<float[]>;
+// Planes of width x height floats, written whole before they are read.
+using Plane = ZeroedVector<float>;
 
 struct Planes {
     Plane signal, significance, noise;
@@ -125,14 +127,14 @@ Planes MakePlanes(const SourceImage& image, int32_t cellSide) {
     const size_t size = static_cast<size_t>(w) * static_cast<size_t>(h);
     Planes p;
     p.size = size;
-    p.signal.reset(new float[size]);
+    p.signal.resize(size);
     std::vector<float> sortedNoise = noise;
     std::nth_element(sortedNoise.begin(),
                      sortedNoise.begin() + static_cast<std::ptrdiff_t>(sortedNoise.size() / 2),
                      sortedNoise.end());
     p.skyNoise = sortedNoise[sortedNoise.size() / 2];
-    p.noise.reset(new float[size]);
-    float* rowNoise = p.noise.get();
+    p.noise.resize(size);
+    float* rowNoise = p.noise.data();
     std::vector<Span> across(static_cast<size_t>(w));
     for (int32_t x = 0; x < w; ++x)
         across[static_cast<size_t>(x)] = SpanAt(x, cw, nx);
@@ -143,7 +145,7 @@ Planes MakePlanes(const SourceImage& image, int32_t cellSide) {
         const float* na = noise.data() + static_cast<size_t>(down.a) * static_cast<size_t>(nx);
         const float* nb = noise.data() + static_cast<size_t>(down.b) * static_cast<size_t>(nx);
         const int16_t* row = image.origin + y * image.stride;
-        float* out = p.signal.get() + static_cast<size_t>(y) * static_cast<size_t>(w);
+        float* out = p.signal.data() + static_cast<size_t>(y) * static_cast<size_t>(w);
         float* outNoise = rowNoise + static_cast<size_t>(y) * static_cast<size_t>(w);
         for (int32_t x = 0; x < w; ++x) {
             const Span& s = across[static_cast<size_t>(x)];
@@ -159,18 +161,19 @@ Planes MakePlanes(const SourceImage& image, int32_t cellSide) {
 
     // A 1-2-1 kernel each way: the noise of single pixels falls, a star's light stays together. The
     // rows across first, then down in place, keeping the row above as it was.
-    p.significance.reset(new float[size]);
+    p.significance.resize(size);
     for (int32_t y = 0; y < h; ++y) {
-        const float* in = p.signal.get() + static_cast<size_t>(y) * static_cast<size_t>(w);
-        float* out = p.significance.get() + static_cast<size_t>(y) * static_cast<size_t>(w);
+        const float* in = p.signal.data() + static_cast<size_t>(y) * static_cast<size_t>(w);
+        float* out = p.significance.data() + static_cast<size_t>(y) * static_cast<size_t>(w);
         for (int32_t x = 0; x < w; ++x) {
             const float left = in[std::max(x - 1, 0)], right = in[std::min(x + 1, w - 1)];
             out[x] = (left + 2 * in[x] + right) / 4;
         }
     }
-    std::vector<float> above(p.significance.get(), p.significance.get() + w), middle(static_cast<size_t>(w));
+    std::vector<float> above(p.significance.data(), p.significance.data() + w),
+        middle(static_cast<size_t>(w));
     for (int32_t y = 0; y < h; ++y) {
-        float* row = p.significance.get() + static_cast<size_t>(y) * static_cast<size_t>(w);
+        float* row = p.significance.data() + static_cast<size_t>(y) * static_cast<size_t>(w);
         std::copy(row, row + w, middle.begin());
         const float* below = y + 1 < h ? row + w : middle.data();
         const float* n = rowNoise + static_cast<size_t>(y) * static_cast<size_t>(w);
@@ -215,7 +218,7 @@ double RingContrast(const Planes& p, int32_t w, int32_t h, const Source& s, doub
 // tells which pass last saw it, so that passes over parts of the image need no clearing.
 class Grouper {
   public:
-    Grouper(const Planes& p, int32_t w, int32_t h) : p_(p), w_(w), h_(h), mark_(p.size, 0) {}
+    Grouper(const Planes& p, int32_t w, int32_t h) : p_(p), w_(w), h_(h), mark_(p.size) {}
 
     // The groups of the whole image over `threshold`.
     std::vector<std::vector<int32_t>> Whole(double threshold) {
@@ -262,7 +265,7 @@ class Grouper {
 
     const Planes& p_;
     int32_t w_, h_;
-    std::vector<uint32_t> mark_;
+    ZeroedVector<uint32_t> mark_;  // zero: no pass has seen a pixel
     uint32_t pass_ = 0;
 };
 
