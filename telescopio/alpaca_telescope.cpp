@@ -14,7 +14,9 @@
 #include <cctype>
 #include <nlohmann/json.hpp>
 #include <set>
+#include <type_traits>
 
+#include "telescopio/alpaca_module.h"
 #include "telescopio/telescope_link.h"
 
 namespace tornel {
@@ -213,14 +215,7 @@ std::set<std::pair<std::string, uint16_t>> Discover(uint16_t discoveryPort, cons
     return servers;
 }
 
-}  // namespace
-
-std::unique_ptr<TelescopeLink> CreateAlpacaTelescope(const LinkIdentifier& id, const LinkWait& wait) {
-    return std::make_unique<AlpacaTelescope>(id, wait);
-}
-
-std::vector<TelescopeEntry> ListAlpacaTelescopes(uint16_t discoveryPort, const LinkWait& wait) {
-    std::vector<TelescopeEntry> found;
+void ListConfigured(uint16_t discoveryPort, const LinkWait& wait, std::vector<TelescopeEntry>& found) {
     for (const auto& [host, port] : Discover(discoveryPort, wait)) {
         httplib::Client http(host, port);
         Bound(http, wait.limit);
@@ -246,7 +241,21 @@ std::vector<TelescopeEntry> ListAlpacaTelescopes(uint16_t discoveryPort, const L
                                                                                 : std::string("telescope"))});
         }
     }
-    return found;
 }
 
+}  // namespace
 }  // namespace tornel
+
+// The module's entries (telescopio/alpaca_module.h); the only symbols it shows.
+extern "C" __attribute__((visibility("default"))) tornel::TelescopeLink* tornel_alpaca_create(
+    const tornel::LinkIdentifier& id, const tornel::LinkWait& wait) {
+    return new tornel::AlpacaTelescope(id, wait);
+}
+
+extern "C" __attribute__((visibility("default"))) void tornel_alpaca_list(
+    uint16_t discoveryPort, const tornel::LinkWait& wait, std::vector<tornel::TelescopeEntry>& found) {
+    tornel::ListConfigured(discoveryPort, wait, found);
+}
+
+static_assert(std::is_same_v<decltype(tornel_alpaca_create), tornel::AlpacaCreateEntry>);
+static_assert(std::is_same_v<decltype(tornel_alpaca_list), tornel::AlpacaListEntry>);
