@@ -1,5 +1,6 @@
 // tornel-cli: the program without a window.
 #include <signal.h>
+#include <unistd.h>
 
 #include <iostream>
 #include <optional>
@@ -17,9 +18,6 @@
 #include "core/parametros.h"
 #include "core/startup.h"
 #include "resultados/resumen.h"
-#if TORNEL_SERVICE
-#include "servicio/service_run.h"
-#endif
 #include "telescopio/line_service.h"
 #include "telescopio/telescopio.h"
 
@@ -255,6 +253,26 @@ int CheckScriptCommand(const std::string& script) {
     return r.doubtful == 0 ? kExitSolved : kExitNotSolved;
 }
 
+// The automation object is a program of its own, tornel-automation (so that a solve never loads Qt):
+// beside tornel-cli in the build, in the private library folder once installed.
+int BecomeAutomationService() {
+#if TORNEL_SERVICE
+    char self[4096];
+    const ssize_t n = readlink("/proc/self/exe", self, sizeof self - 1);
+    std::string folder = n > 0 ? std::string(self, static_cast<size_t>(n)) : std::string();
+    folder = folder.substr(0, folder.rfind('/') + 1);
+    for (const std::string& path :
+         {folder + "tornel-automation", folder + "../" TORNEL_PRIVATE_LIBDIR "/tornel-automation"}) {
+        char* const args[] = {const_cast<char*>("tornel-automation"), nullptr};
+        execv(path.c_str(), args);
+    }
+    std::cerr << "tornel-cli: the automation service tornel-automation is not installed beside tornel-cli\n";
+#else
+    std::cerr << "tornel-cli: built without the automation service (Qt 6 DBus)\n";
+#endif
+    return kExitUsage;
+}
+
 int Run(int argc, char** argv) {
     if (argc > 1 && std::string(argv[1]) == "solve") return RunSolve({argv + 2, argv + argc});
     Options o = ParseOptions(argc, argv);
@@ -267,12 +285,7 @@ int Run(int argc, char** argv) {
         return kExitUsage;
     }
     if (!o.checkScript.empty()) return CheckScriptCommand(o.checkScript);
-#if !TORNEL_SERVICE
-    if (o.automation) {
-        std::cerr << "tornel-cli: built without the automation service (Qt 6 DBus)\n";
-        return kExitUsage;
-    }
-#endif
+    if (o.automation) return BecomeAutomationService();
     if (o.listTelescopes) return ListTelescopesInReach(o);
     std::string home = CarpetaDelPrograma();
     if (home.empty()) {
@@ -299,16 +312,6 @@ int Run(int argc, char** argv) {
         std::cout << "tornel-cli " << TORNEL_VERSION_TEXT << ", pixel library " << c.gVersionDLL << "\n";
         return kExitSolved;
     }
-#if TORNEL_SERVICE
-    if (o.automation) {
-        // Started for a client: no command line, and the end comes with the last client.
-        c.gIniciadoPorUsuario = false;
-        daemon = true;
-        platform.SetQuiet(true);
-        Form_Load(c, "");
-        return RunAutomationService(c, platform, timers);
-    }
-#endif
     // As in the desktop program, a line whose mode is not one is ignored and the parameters stand.
     if (!o.items.empty() && !CommandLineMode(o.items[0]))
         std::cerr << "tornel-cli: MODE " << o.items[0]

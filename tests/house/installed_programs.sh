@@ -54,7 +54,15 @@ if [ -f "$build/dbus-1/services/org.tornel.ImageSolver.service" ]; then
     grep -qx 'Name=org.tornel.ImageSolver' "$service" 2>/dev/null || fail "no activation file for org.tornel.ImageSolver"
     grep -qE '^Exec=/.*/tornel-cli --automation$' "$service" || fail "the activation file does not start tornel-cli"
     [ -f "$prefix/share/dbus-1/interfaces/org.tornel.ImageSolver1.xml" ] || fail "no interface file"
+    # tornel-cli --automation becomes the program that carries Qt: with no bus to reach, it is that
+    # program that says so.
+    answer=$(env -i HOME="$prefix" TORNEL_HOME="$prefix/home" DBUS_SESSION_BUS_ADDRESS=unix:path=/nonexistent \
+        timeout 20 "$prefix/bin/tornel-cli" --automation 2>&1)
+    grep -q 'no session bus' <<<"$answer" || fail "installed tornel-cli --automation does not reach tornel-automation: $answer"
 fi
+# What only some runs load: the Alpaca link, beside the pixel library that the run path finds.
+pixel=$(find "$prefix" -name 'libtornel.so*' | head -1)
+[ -f "$(dirname "$pixel")/tornel-alpaca.so" ] || fail "the Alpaca module is not installed beside $pixel"
 documented=$(page tornel-cli | long_options)
 for option in $(run tornel-cli solve --help | long_options) $(run tornel-cli --help | long_options); do
     grep -qx -- "$option" <<<"$documented" || fail "tornel-cli.1 does not document $option"
