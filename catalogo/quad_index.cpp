@@ -35,6 +35,15 @@ void Arrange(std::vector<StoredQuad>& quads, size_t lo, size_t hi, int depth) {
     Arrange(quads, mid + 1, hi, depth + 1);
 }
 
+void FillTop(const std::vector<StoredQuad>& tree, size_t lo, size_t hi, size_t node,
+             std::vector<std::array<uint16_t, 4>>& top) {
+    if (lo >= hi || node >= top.size()) return;
+    const size_t mid = lo + (hi - lo) / 2;
+    top[node] = tree[mid].code;
+    FillTop(tree, lo, mid, 2 * node + 1, top);
+    FillTop(tree, mid + 1, hi, 2 * node + 2, top);
+}
+
 }  // namespace
 
 uint16_t CodeToStored(double v) {
@@ -52,6 +61,12 @@ double StoredToCode(uint16_t q) {
 
 void ArrangeAsTree(std::vector<StoredQuad>& quads) {
     Arrange(quads, 0, quads.size(), 0);
+}
+
+std::vector<std::array<uint16_t, 4>> TreeTop(const std::vector<StoredQuad>& tree) {
+    std::vector<std::array<uint16_t, 4>> top(kQuadTopNodes);
+    FillTop(tree, 0, tree.size(), 0, top);
+    return top;
 }
 
 bool QuadIndex::Open(const std::string& path, std::string& error) {
@@ -87,12 +102,14 @@ bool QuadIndex::Open(const std::string& path, std::string& error) {
     starCount_ = Load<uint32_t>(base_ + 12);
     quadCount_ = Load<uint64_t>(base_ + 16);
     if (levels == 0 || levels > 64) return refuse("names " + std::to_string(levels) + " levels");
-    const uint64_t starsAt = kQuadHeaderBytes + uint64_t{levels} * kQuadLevelBytes;
+    const uint64_t topAt = kQuadHeaderBytes + uint64_t{levels} * kQuadLevelBytes;
+    const uint64_t starsAt = topAt + kQuadTopNodes * kQuadCodeBytes;
     const uint64_t codesAt = starsAt + uint64_t{starCount_} * kQuadStarBytes;
     if (codesAt > length_) return refuse("is shorter than its star table");
     if (quadCount_ != (length_ - codesAt) / (kQuadCodeBytes + kQuadMemberBytes) ||
         codesAt + quadCount_ * (kQuadCodeBytes + kQuadMemberBytes) != length_)
         return refuse("has a length that disagrees with its tables");
+    top_ = base_ + topAt;
     stars_ = base_ + starsAt;
     uint64_t quads = 0;
     for (uint32_t l = 0; l < levels; ++l) {
@@ -126,7 +143,7 @@ bool QuadIndex::Open(const std::string& path, std::string& error) {
 void QuadIndex::Close() {
     if (base_) ::munmap(const_cast<unsigned char*>(base_), length_);
     base_ = nullptr;
-    stars_ = codes_ = members_ = nullptr;
+    top_ = stars_ = codes_ = members_ = nullptr;
     length_ = 0;
     starCount_ = 0;
     quadCount_ = 0;
@@ -136,6 +153,14 @@ void QuadIndex::Close() {
 IndexStar QuadIndex::Star(uint32_t n) const {
     const unsigned char* p = stars_ + uint64_t{n} * kQuadStarBytes;
     return {Load<float>(p), Load<float>(p + 4), Load<float>(p + 8)};
+}
+
+std::array<uint16_t, 4> QuadIndex::TopAt(uint64_t node) const {
+    const unsigned char* p = top_ + node * kQuadCodeBytes;
+    std::array<uint16_t, 4> code;
+    for (size_t k = 0; k < 4; ++k)
+        code[k] = Load<uint16_t>(p + 2 * k);
+    return code;
 }
 
 std::array<uint16_t, 4> QuadIndex::CodeAt(uint64_t n) const {
@@ -154,11 +179,11 @@ std::array<uint32_t, 4> QuadIndex::MembersAt(uint64_t n) const {
     return stars;
 }
 
-void QuadIndex::Search(uint64_t lo, uint64_t hi, int depth, const std::array<double, 4>& q, double tol2,
-                       double tolerance, std::vector<QuadHit>& hits, size_t limit) const {
+void QuadIndex::Search(uint64_t lo, uint64_t hi, int depth, uint64_t node, const std::array<double, 4>& q,
+                       double tol2, double tolerance, std::vector<QuadHit>& hits, size_t limit) const {
     while (lo < hi && hits.size() < limit) {
         const uint64_t mid = lo + (hi - lo) / 2;
-        const std::array<uint16_t, 4> code = CodeAt(mid);
+        const std::array<uint16_t, 4> code = node < kQuadTopNodes ? TopAt(node) : CodeAt(mid);
         double d2 = 0;
         for (size_t k = 0; k < 4; ++k)
             d2 += (code[k] - q[k]) * (code[k] - q[k]);
@@ -172,12 +197,15 @@ void QuadIndex::Search(uint64_t lo, uint64_t hi, int depth, const std::array<dou
         const size_t axis = static_cast<size_t>(depth % 4);
         const bool lower = q[axis] - tolerance <= code[axis], upper = q[axis] + tolerance >= code[axis];
         if (lower && upper) {
-            Search(lo, mid, depth + 1, q, tol2, tolerance, hits, limit);
+            Search(lo, mid, depth + 1, 2 * node + 1, q, tol2, tolerance, hits, limit);
             lo = mid + 1;
+            node = 2 * node + 2;
         } else if (lower) {
             hi = mid;
+            node = 2 * node + 1;
         } else {
             lo = mid + 1;
+            node = 2 * node + 2;
         }
         ++depth;
     }
@@ -190,7 +218,7 @@ void QuadIndex::Lookup(const QuadCode& code, double tolerance, std::vector<QuadH
     for (size_t k = 0; k < 4; ++k)
         q[k] = (code[k] - kCodeLow) / kCodeSpan * kStoredSteps;
     const double t = tolerance / kCodeSpan * kStoredSteps;
-    Search(0, quadCount_, 0, q, t * t, t, hits, hits.size() + limit);
+    Search(0, quadCount_, 0, 0, q, t * t, t, hits, hits.size() + limit);
 }
 
 void QuadIndex::StarsNear(size_t level, double ra, double dec, double radius, std::vector<uint32_t>& out,

@@ -5,9 +5,10 @@
 // builder replaces the file by a rename, so a mapping keeps the file it was made on.
 //
 // Layout, little-endian, no padding:
-//   header      magic "TQUADS02", u32 levels, u32 stars, u64 quads                          (24 bytes)
+//   header      magic "TQUADS03", u32 levels, u32 stars, u64 quads                          (24 bytes)
 //   levels x    f32 low, f32 high (degrees: |AB| of its quads), u64 quads, u64 first star,
 //               u64 stars, u64 reserved                                                       (40 bytes)
+//   top x 8191  u16 code[4]: the tree's first 13 levels again, breadth first              (65528 bytes)
 //   stars x     f32 ra, f32 dec (degrees J2000), f32 mag                                     (12 bytes)
 //   codes x     u16 code[4]                                                                   (8 bytes)
 //   members x   u32 star[4] (A, B, C, D), in the order of the codes                          (16 bytes)
@@ -19,6 +20,9 @@
 // The quads of every level form one implicit k-d tree over the code (the median of the range by axis
 // depth % 4, the lower half before it, the upper after): an image quad of unknown scale is looked up
 // once, not once a level, and the codes lie apart from the members so that a walk reads 8 bytes a node.
+// Those first levels lie a page or more apart in the tree, and every fresh page costs a walk a fault;
+// the copy breadth first (node n's children at 2n + 1 and 2n + 2, zeros under an empty range) holds
+// them in 64 KB, which the first walk reads and every later one finds resident.
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -29,12 +33,14 @@
 
 namespace tornel {
 
-inline constexpr char kQuadIndexMagic[8] = {'T', 'Q', 'U', 'A', 'D', 'S', '0', '2'};
+inline constexpr char kQuadIndexMagic[8] = {'T', 'Q', 'U', 'A', 'D', 'S', '0', '3'};
 inline constexpr const char* kQuadIndexFile = "quads.bin";
 inline constexpr size_t kQuadHeaderBytes = 24;
 inline constexpr size_t kQuadLevelBytes = 40;
 inline constexpr size_t kQuadStarBytes = 12;
 inline constexpr size_t kQuadCodeBytes = 8, kQuadMemberBytes = 16;
+inline constexpr int kQuadTopDepth = 13;
+inline constexpr size_t kQuadTopNodes = (size_t{1} << kQuadTopDepth) - 1;
 // The code's values lie in [-0.21, 1.21]; stored on 16 bits over this span.
 inline constexpr double kCodeLow = -0.25, kCodeSpan = 1.5;
 
@@ -65,6 +71,8 @@ struct StoredQuad {
     std::array<uint32_t, 4> stars{};
 };
 void ArrangeAsTree(std::vector<StoredQuad>& quads);
+// The codes of the first kQuadTopDepth levels of a tree that ArrangeAsTree made, breadth first.
+std::vector<std::array<uint16_t, 4>> TreeTop(const std::vector<StoredQuad>& tree);
 
 class QuadIndex {
   public:
@@ -103,10 +111,12 @@ class QuadIndex {
                    bool exact = true, size_t groups = 64) const;
 
   private:
+    std::array<uint16_t, 4> TopAt(uint64_t node) const;
     std::array<uint16_t, 4> CodeAt(uint64_t n) const;
     std::array<uint32_t, 4> MembersAt(uint64_t n) const;
-    void Search(uint64_t lo, uint64_t hi, int depth, const std::array<double, 4>& q, double tol2,
-                double tolerance, std::vector<QuadHit>& hits, size_t limit) const;
+    // The walk below the node `node` (breadth-first number) that stands for the range [lo, hi).
+    void Search(uint64_t lo, uint64_t hi, int depth, uint64_t node, const std::array<double, 4>& q,
+                double tol2, double tolerance, std::vector<QuadHit>& hits, size_t limit) const;
 
     const unsigned char* base_ = nullptr;
     size_t length_ = 0;
@@ -114,6 +124,7 @@ class QuadIndex {
     uint32_t starCount_ = 0;
     uint64_t quadCount_ = 0;
     std::vector<QuadLevel> levels_;
+    const unsigned char* top_ = nullptr;
     const unsigned char* stars_ = nullptr;
     const unsigned char* codes_ = nullptr;
     const unsigned char* members_ = nullptr;

@@ -197,6 +197,9 @@ std::string BuildQuadIndex(const std::vector<NumberedStar>& stars, const QuadCho
         Put(out, count);
         Put(out, uint64_t{0});
     }
+    for (const std::array<uint16_t, 4>& code : TreeTop(tree))
+        for (uint16_t v : code)
+            Put(out, v);
     for (int32_t i : table) {
         const NumberedStar& s = byMag[static_cast<size_t>(i)];
         Put(out, static_cast<float>(s.ra));
