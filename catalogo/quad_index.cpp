@@ -15,6 +15,8 @@ namespace tornel {
 namespace {
 
 constexpr double kStoredSteps = 65535;
+// Subtrees of this many quads or fewer are read whole (16 codes: two cache lines).
+constexpr uint64_t kScanBelow = 16;
 constexpr double kDegree = 3.14159265358979323846 / 180;
 
 template <class T>
@@ -179,21 +181,32 @@ std::array<uint32_t, 4> QuadIndex::MembersAt(uint64_t n) const {
     return stars;
 }
 
+void QuadIndex::TryNode(uint64_t n, const std::array<uint16_t, 4>& code, const std::array<double, 4>& q,
+                        double tol2, std::vector<QuadHit>& hits) const {
+    double d2 = 0;
+    for (size_t k = 0; k < 4; ++k)
+        d2 += (code[k] - q[k]) * (code[k] - q[k]);
+    if (d2 > tol2) return;
+    const std::array<uint32_t, 4> stars = MembersAt(n);
+    if (std::all_of(stars.begin(), stars.end(), [&](uint32_t s) { return s < starCount_; })) {
+        const double unit = kCodeSpan / kStoredSteps;
+        hits.push_back({stars, d2 * unit * unit});
+    }
+}
+
 void QuadIndex::Search(uint64_t lo, uint64_t hi, int depth, uint64_t node, const std::array<double, 4>& q,
                        double tol2, double tolerance, std::vector<QuadHit>& hits, size_t limit) const {
     while (lo < hi && hits.size() < limit) {
+        if (hi - lo <= kScanBelow && node >= kQuadTopNodes) {
+            // A small subtree lies in a line or two of memory: reading it whole is cheaper than
+            // branching through it.
+            for (uint64_t n = lo; n < hi && hits.size() < limit; ++n)
+                TryNode(n, CodeAt(n), q, tol2, hits);
+            return;
+        }
         const uint64_t mid = lo + (hi - lo) / 2;
         const std::array<uint16_t, 4> code = node < kQuadTopNodes ? TopAt(node) : CodeAt(mid);
-        double d2 = 0;
-        for (size_t k = 0; k < 4; ++k)
-            d2 += (code[k] - q[k]) * (code[k] - q[k]);
-        if (d2 <= tol2) {
-            const std::array<uint32_t, 4> stars = MembersAt(mid);
-            if (std::all_of(stars.begin(), stars.end(), [&](uint32_t n) { return n < starCount_; })) {
-                const double unit = kCodeSpan / kStoredSteps;
-                hits.push_back({stars, d2 * unit * unit});
-            }
-        }
+        TryNode(mid, code, q, tol2, hits);
         const size_t axis = static_cast<size_t>(depth % 4);
         const bool lower = q[axis] - tolerance <= code[axis], upper = q[axis] + tolerance >= code[axis];
         if (lower && upper) {

@@ -114,6 +114,9 @@ class QuadIndex {
     std::array<uint16_t, 4> TopAt(uint64_t node) const;
     std::array<uint16_t, 4> CodeAt(uint64_t n) const;
     std::array<uint32_t, 4> MembersAt(uint64_t n) const;
+    // Appends quad `n` to the hits when its code lies within the tolerance.
+    void TryNode(uint64_t n, const std::array<uint16_t, 4>& code, const std::array<double, 4>& q, double tol2,
+                 std::vector<QuadHit>& hits) const;
     // The walk below the node `node` (breadth-first number) that stands for the range [lo, hi).
     void Search(uint64_t lo, uint64_t hi, int depth, uint64_t node, const std::array<double, 4>& q,
                 double tol2, double tolerance, std::vector<QuadHit>& hits, size_t limit) const;
