@@ -12,17 +12,24 @@ namespace {
 // Apart from the image's edge, so that a label never hides the very border.
 constexpr int kMargin = 6;
 
-QString StyleOf(OverlayColour colour) {
-    const char* name = colour == OverlayColour::Green    ? "#00ff00"
-                       : colour == OverlayColour::Yellow ? "#ffff00"
-                                                         : "#ffffff";
-    // A dark ground keeps the text readable over stars and nebulae.
-    return QString("QLabel { color: %1; background-color: rgba(0, 0, 0, 150); padding: 2px 6px; }").arg(name);
+QColor ColourOf(OverlayColour colour) {
+    return colour == OverlayColour::Green    ? QColor(0, 255, 0)
+           : colour == OverlayColour::Yellow ? QColor(255, 255, 0)
+                                             : QColor(Qt::white);
 }
 
 void Apply(QLabel* label, const GuidanceLabel& g) {
     label->setText(Q(g.text));
-    label->setStyleSheet(StyleOf(g.colour));
+    QPalette palette = label->palette();
+    palette.setColor(QPalette::WindowText, ColourOf(g.colour));
+    // A dark ground keeps the text readable over stars and nebulae.
+    palette.setColor(QPalette::Window, QColor(0, 0, 0, 170));
+    label->setPalette(palette);
+    // Named, or the label takes the roles that contrast with the frame's dark ground.
+    label->setForegroundRole(QPalette::WindowText);
+    label->setBackgroundRole(QPalette::Window);
+    label->setAutoFillBackground(true);
+    label->setContentsMargins(6, 2, 6, 2);
     QFont font = label->font();
     font.setPointSize(g.pointSize);
     font.setBold(true);

@@ -174,6 +174,10 @@ void ImageView::paintEvent(QPaintEvent*) {
                 p.drawEllipse(item.a / f, item.radius, item.radius);
                 break;
             case Item::Kind::Text:
+                // A dark shadow keeps a name readable over a bright star or a nebula.
+                p.setPen(QPen(QColor(0, 0, 0, 200), 1));
+                p.drawText(item.a / f + QPointF(1, 1), item.text);
+                p.setPen(pen);
                 p.drawText(item.a / f, item.text);
                 break;
             case Item::Kind::Point:

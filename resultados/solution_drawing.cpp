@@ -17,37 +17,39 @@ namespace {
 
 constexpr double kDegreesToRadians = 3.14159265358979323846 / 180;
 
-// A closed polygon through image points (square pixels).
-void DrawPolygon(Context& c, const std::vector<std::pair<double, double>>& points) {
-    if (points.size() < 2) return;
-    for (size_t k = 0; k < points.size(); ++k) {
-        const auto& [x1, y1] = points[k];
-        const auto& [x2, y2] = points[(k + 1) % points.size()];
-        double a = 0, b = 0, d = 0, e = 0;
-        ToDisplay(c, x1, y1, a, b);
-        ToDisplay(c, x2, y2, d, e);
-        c.platform.DrawLine(a, b, d, e, OverlayColour::Green);
-    }
+void DrawSide(Context& c, double x1, double y1, double x2, double y2) {
+    double a = 0, b = 0, d = 0, e = 0;
+    ToDisplay(c, x1, y1, a, b);
+    ToDisplay(c, x2, y2, d, e);
+    c.platform.DrawLine(a, b, d, e, OverlayColour::Green);
 }
 
-// The polygon of the road's identified stars, in the order in which the road found them.
+// The sides of the solution: for the distance road the pairs of identified stars whose distance
+// matched; the triangle road matched every pair of its identified stars.
 void DibujaLineas(Context& c) {
-    std::vector<std::pair<double, double>> points;
     if (c.presentedRoad == SolutionRoad::Distances) {
         const auto indice = static_cast<size_t>(c.mIndiceSolucion);
         if (indice < 1 || indice >= c.mSoluciones.size()) return;
         const Solucion& sol = c.mSoluciones[indice];
-        for (int32_t e = 1; e <= sol.NumEnPoligono && e <= 10; ++e)
-            points.emplace_back(sol.EstrellasSolucion[static_cast<size_t>(e)].X,
-                                sol.EstrellasSolucion[static_cast<size_t>(e)].Y);
-    } else if (c.presentedRoad == SolutionRoad::Triangles) {
-        for (int32_t k = 1; k <= 10 && k < static_cast<int32_t>(c.mSeleccionadasCuadradas.size()); ++k)
-            if (Estrella(c.mSolucion, k) != 0) {
-                const EstrellaImagen& s = c.mSeleccionadasCuadradas[static_cast<size_t>(k)];
-                points.emplace_back(s.x, s.y);
+        const int32_t n = std::min(sol.NumEnPoligono, 10);
+        for (int32_t a = 1; a <= n; ++a)
+            for (int32_t b = a + 1; b <= n; ++b) {
+                const EstrellaSolucion& s = sol.EstrellasSolucion[static_cast<size_t>(a)];
+                const EstrellaSolucion& t = sol.EstrellasSolucion[static_cast<size_t>(b)];
+                const auto i = static_cast<size_t>(std::min(s.Numero, t.Numero));
+                const auto j = static_cast<size_t>(std::max(s.Numero, t.Numero));
+                if (i >= 1 && j <= 10 && sol.Lados[i][j] != 0) DrawSide(c, s.X, s.Y, t.X, t.Y);
             }
+    } else if (c.presentedRoad == SolutionRoad::Triangles) {
+        const int32_t n = std::min<int32_t>(10, static_cast<int32_t>(c.mSeleccionadasCuadradas.size()) - 1);
+        for (int32_t i = 1; i <= n; ++i)
+            for (int32_t j = i + 1; j <= n; ++j)
+                if (Estrella(c.mSolucion, i) != 0 && Estrella(c.mSolucion, j) != 0) {
+                    const EstrellaImagen& s = c.mSeleccionadasCuadradas[static_cast<size_t>(i)];
+                    const EstrellaImagen& t = c.mSeleccionadasCuadradas[static_cast<size_t>(j)];
+                    DrawSide(c, s.x, s.y, t.x, t.y);
+                }
     }
-    DrawPolygon(c, points);
 }
 
 // Each matched catalogue star as a small cross where the plate puts it; for the pattern road, whose

@@ -153,7 +153,11 @@ TEST(SolutionDrawing, DistanceRoadPolygonAndIdentifiers) {
         sol.EstrellasSolucion[k].X = 100.0 * static_cast<double>(k);
         sol.EstrellasSolucion[k].Y = k % 2 ? 200 : 400;
         sol.EstrellasSolucion[k].Id = static_cast<int32_t>(1000 + k);
+        sol.EstrellasSolucion[k].Numero = static_cast<int16_t>(2 * k);  // selected stars 2, 4, 6, 8
     }
+    // Four of the six pairs matched; stars 2 and 8 share no side, nor 4 and 8.
+    for (const auto& [i, j] : {std::pair{2, 4}, std::pair{4, 6}, std::pair{6, 8}, std::pair{2, 6}})
+        sol.Lados[static_cast<size_t>(i)][static_cast<size_t>(j)] = 1;
     s.c.matchedStars.clear();
     s.c.showObjects = s.c.showTarget = false;
     s.c.showLines = false;
@@ -164,7 +168,7 @@ TEST(SolutionDrawing, DistanceRoadPolygonAndIdentifiers) {
     s.c.showLines = true;
     s.c.showStarNumbers = false;
     PresentaSolucion(s.c);
-    // The closed polygon: four sides, no identifiers.
+    // A line a matched side, no identifiers.
     EXPECT_EQ(s.Count(OverlayColour::Green, Drawn::Kind::Line), 4u);
     EXPECT_EQ(s.Count(OverlayColour::Green, Drawn::Kind::Text), 0u);
 }
