@@ -9,6 +9,7 @@
 #include <string>
 
 #include "comun/context.h"
+#include "interfaz/guidance_view.h"
 #include "interfaz/image_view.h"
 #include "interfaz/timer_driver.h"
 
@@ -60,6 +61,7 @@ class FormPrincipal : public QMainWindow {
     QAction* Action(const std::string& name) const;
     QMenu* Menu(const std::string& name) const;
     ImageView& View() { return *view_; }
+    GuidanceView& Guidance() { return *guidance_; }
     TimerDriver& Timers() { return timers_; }
 
     // Captions of the menus and of the controls in the language in force.
@@ -214,6 +216,7 @@ class FormPrincipal : public QMainWindow {
     QMenu* popup_ = nullptr;
     ImageView* view_ = nullptr;
     QScrollArea* portillo_ = nullptr;
+    GuidanceView* guidance_ = nullptr;
     ClickableLabel* labelResultado_ = nullptr;
     QPlainTextEdit* summary_ = nullptr;
     QScrollBar* hScrollNegro_ = nullptr;

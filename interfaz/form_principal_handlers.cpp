@@ -38,10 +38,12 @@
 #include "imagen/imagen.h"
 #include "interfaz/dialogs.h"
 #include "interfaz/form_parametros.h"
+#include "interfaz/form_resultados.h"
 #include "interfaz/menu_texts.h"
 #include "interfaz/qt_platform.h"
 #include "interfaz/qt_text.h"
 #include "resultados/resumen.h"
+#include "resultados/solution_drawing.h"
 #include "resultados/solution_presentation.h"
 #include "resultados/status_files.h"
 #include "telescopio/telescopio.h"
@@ -264,6 +266,7 @@ void FormPrincipal::mVerDestino_Click() {
 void FormPrincipal::mVerGuiado_Click() {
     c_.gAvisosGuiado = !c_.gAvisosGuiado;
     ActualizaMenusSegunMostrar();
+    PresentaSolucion(c_);
 }
 
 void FormPrincipal::ShowText(const QString& title, const QString& text) {

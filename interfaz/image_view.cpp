@@ -93,23 +93,42 @@ void ImageView::Resize() {
 }
 
 void ImageView::DibujaLinea(double x1, double y1, double x2, double y2, QColor colour) {
-    overlay_.push_back({Item::Kind::Line, {x1, y1}, {x2, y2}, 0, 1, {}, colour});
-    update();
+    Add({Item::Kind::Line, {x1, y1}, {x2, y2}, 0, 1, {}, colour});
 }
 
 void ImageView::DibujaCirculo(double x, double y, double radius, QColor colour, int lineWidth) {
-    overlay_.push_back({Item::Kind::Circle, {x, y}, {}, radius, lineWidth, {}, colour});
-    update();
+    Add({Item::Kind::Circle, {x, y}, {}, radius, lineWidth, {}, colour});
 }
 
 void ImageView::DibujaTexto(double x, double y, const QString& text, QColor colour) {
-    overlay_.push_back({Item::Kind::Text, {x, y}, {}, 0, 1, text, colour});
-    update();
+    Add({Item::Kind::Text, {x, y}, {}, 0, 1, text, colour});
 }
 
 void ImageView::DibujaPunto(double x, double y, QColor colour) {
-    overlay_.push_back({Item::Kind::Point, {x, y}, {}, 0, 1, {}, colour});
+    Add({Item::Kind::Point, {x, y}, {}, 0, 1, {}, colour});
+}
+
+void ImageView::Add(Item item) {
+    item.layer = layer_;
+    overlay_.push_back(std::move(item));
     update();
+}
+
+void ImageView::BorraCapa(OverlayLayer layer) {
+    std::erase_if(overlay_, [layer](const Item& item) { return item.layer == layer; });
+    update();
+}
+
+size_t ImageView::OverlaySize(OverlayLayer layer) const {
+    return static_cast<size_t>(std::count_if(overlay_.begin(), overlay_.end(),
+                                             [layer](const Item& item) { return item.layer == layer; }));
+}
+
+QStringList ImageView::OverlayTexts(OverlayLayer layer) const {
+    QStringList texts;
+    for (const Item& item : overlay_)
+        if (item.layer == layer && item.kind == Item::Kind::Text) texts << item.text;
+    return texts;
 }
 
 void ImageView::BorraOverlay() {
@@ -155,6 +174,10 @@ void ImageView::paintEvent(QPaintEvent*) {
                 p.drawEllipse(item.a / f, item.radius, item.radius);
                 break;
             case Item::Kind::Text:
+                // A dark shadow keeps a name readable over a bright star or a nebula.
+                p.setPen(QPen(QColor(0, 0, 0, 200), 1));
+                p.drawText(item.a / f + QPointF(1, 1), item.text);
+                p.setPen(pen);
                 p.drawText(item.a / f, item.text);
                 break;
             case Item::Kind::Point:
