@@ -12,7 +12,7 @@ namespace tornel {
 
 namespace {
 
-constexpr double kMostAspect = 4;     // a pixel more than four times as wide as high is a typing slip
+constexpr double kMostAspect = 4;    // a pixel more than four times as wide as high is a typing slip
 constexpr double kPickDistance = 5;  // pixels between a click and the star it picks
 const char* const kLetters = "ABC";
 
@@ -41,16 +41,17 @@ void NotValid(Context& c, const std::string& letra) {
 
 // Catalogues whose identifiers a user may know but that the star file does not number by.
 int32_t NotInDatabase(Context& c, const std::string& catalogue, const std::string& example) {
-    MensajeIdioma(c,
-                  "La base de datos no contiene el catálogo " + catalogue +
-                      ". Escriba el número de la estrella como lo muestra el programa (por ejemplo: " +
-                      example + "). No se ha calibrado.",
-                  "La base de données ne contient pas le catalogue " + catalogue +
-                      ". Tapez le numéro de l'étoile tel que le programme le montre (par exemple : " +
-                      example + "). Aucun calibrage fait.",
-                  "The database holds no " + catalogue +
-                      " catalogue. Type the star number as the program shows it (for example: " + example +
-                      "). No calibration done.");
+    MensajeIdioma(
+        c,
+        "La base de datos no contiene el catálogo " + catalogue +
+            ". Escriba el número de la estrella como lo muestra el programa (por ejemplo: " + example +
+            "). No se ha calibrado.",
+        "La base de données ne contient pas le catalogue " + catalogue +
+            ". Tapez le numéro de l'étoile tel que le programme le montre (par exemple : " + example +
+            "). Aucun calibrage fait.",
+        "The database holds no " + catalogue +
+            " catalogue. Type the star number as the program shows it (for example: " + example +
+            "). No calibration done.");
     return 0;
 }
 
@@ -100,12 +101,12 @@ bool StarsClicked(Context& c, int stars) {
     for (int i = 0; i < stars; ++i)
         if (xs[i] == 0 && ys[i] == 0) {
             const std::string l(1, kLetters[i]);
-            MensajeIdioma(c,
-                          "Falta la estrella " + l +
-                              " en la imagen: elíjala con el botón derecho del ratón sobre ella.",
-                          "L'étoile " + l +
-                              " manque sur l'image : choisissez-la avec le bouton droit de la souris.",
-                          "Star " + l + " is not marked on the image: pick it with the right mouse button.");
+            MensajeIdioma(
+                c,
+                "Falta la estrella " + l +
+                    " en la imagen: elíjala con el botón derecho del ratón sobre ella.",
+                "L'étoile " + l + " manque sur l'image : choisissez-la avec le bouton droit de la souris.",
+                "Star " + l + " is not marked on the image: pick it with the right mouse button.");
             return false;
         }
     return true;
@@ -155,8 +156,7 @@ int32_t VeoEstrella_a_IDnumeroRegistro(Context& c, const std::string& texto, con
         id = RegionAndStar(c, t);
         if (id == 0) return 0;
     } else {
-        if (!usno ||
-            t.find_first_not_of("0123456789HRTYCAU. ") != std::string::npos)
+        if (!usno || t.find_first_not_of("0123456789HRTYCAU. ") != std::string::npos)
             id = -1;
         else
             id = UsnoZone(t);
@@ -183,7 +183,8 @@ bool EntradasDeEstrellasOK(Context& c, const CalibrationForm& f, std::array<Cali
         c.gMostrarAvisos = avisos;
         if (c.gEstrellaRA == 0 && c.gEstrellaDEC == 0) {
             const std::string t = Trimmed(f.numero[static_cast<size_t>(i)]);
-            MensajeIdioma(c, "No encuentra la estrella " + t, "Etoile non trouvée " + t, "Star not found " + t);
+            MensajeIdioma(c, "No encuentra la estrella " + t, "Etoile non trouvée " + t,
+                          "Star not found " + t);
             return false;
         }
         stars[static_cast<size_t>(i)].ra = c.gEstrellaRA;
@@ -273,7 +274,8 @@ std::optional<PickedStar> EstrellaClick(Context& c, const std::string& letra, do
         }
     }
     MensajeIdioma(c, "No hay estrella seleccionada cercana al clic.",
-                  "Il n'y a pas d'étoile sélectionnée près du clic.", "There is no selected star near the click.");
+                  "Il n'y a pas d'étoile sélectionnée près du clic.",
+                  "There is no selected star near the click.");
     return std::nullopt;
 }
 

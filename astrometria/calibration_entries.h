@@ -16,9 +16,9 @@ namespace tornel {
 // The controls of `FormCalibrar` (two stars) and `FormCalibrar3` (three), as texts.
 struct CalibrationForm {
     bool tresEstrellas = false;
-    bool cuadrado = true;              // `OptionCuadrado`, else `OptionRectangular`
+    bool cuadrado = true;               // `OptionCuadrado`, else `OptionRectangular`
     std::string anchoPixel, altoPixel;  // `VeoAnchoPixel`, `VeoAltoPixel`
-    bool coordenadas = true;           // `OptionCoordenadas`, else `OptionGSC`: star numbers
+    bool coordenadas = true;            // `OptionCoordenadas`, else `OptionGSC`: star numbers
     std::array<std::string, 3> numero;  // `VeoEstrellaA`, `VeoEstrellaB`, `VeoEstrellaC`
     // Per star: hours, minutes, seconds of right ascension; degrees, minutes, seconds of declination
     // (`VeoEstrellaAh` ... `VeoEstrellaAsa`).

@@ -10,9 +10,9 @@ namespace tornel {
 
 namespace {
 
-constexpr double kZoneSide = 30;     // degrees
-constexpr double kOverlap = 0.5;     // degrees between neighbouring windows of a row
-constexpr double kNearPole = 89.5;   // the cosine of a row edge is taken no nearer the pole than this
+constexpr double kZoneSide = 30;    // degrees
+constexpr double kOverlap = 0.5;    // degrees between neighbouring windows of a row
+constexpr double kNearPole = 89.5;  // the cosine of a row edge is taken no nearer the pole than this
 
 struct Zone {
     int32_t lo = 0, hi = 0;  // rings
@@ -55,9 +55,10 @@ std::vector<AngleSearchWindow> AngleSearchWindows(const Context& c) {
     const int32_t h = std::max(ToLong(c.gAltoVentana), 2);
     const int32_t p = h - 1;
     // The centre's row, moved inside the zone when the zone is cut by a pole.
-    const int32_t first = std::clamp(ToLong(c.gCentroBusquedaDEC + 90 - h / 2.0), z.lo, std::max(z.hi - h, z.lo));
+    const int32_t first =
+        std::clamp(ToLong(c.gCentroBusquedaDEC + 90 - h / 2.0), z.lo, std::max(z.hi - h, z.lo));
     RowWindows(c, first, std::min(first + h, z.hi), width, windows);
-    bool north = first + h < z.hi, south = first > z.lo;
+    bool north = first + h<z.hi, south = first> z.lo;
     for (int32_t k = 1; north || south; ++k) {
         if (north) {
             const int32_t a = first + k * p;

@@ -125,8 +125,8 @@ void OfferAngleFound(Context& c) {
 
 // The progress of the angle search in the caption: the angle, its round of all, the window's place.
 void TitleAngleWindow(Context& c, double angle, int32_t round, int32_t rounds, const AngleSearchWindow& w) {
-    const std::string t = FormatNumber(angle, "0") + " (" + std::to_string(round) + "/" + std::to_string(rounds) +
-                          ")",
+    const std::string t = FormatNumber(angle, "0") + " (" + std::to_string(round) + "/" +
+                          std::to_string(rounds) + ")",
                       ra = FormatNumber(w.ar, "0.0"), dec = FormatNumber((w.a + w.b) / 2.0 - 90, "0.0");
     VisuTitulo(c, "Buscando ángulo: " + t + "  AR: " + ra + "  DE: " + dec,
                "Recherche angle: " + t + "  AD: " + ra + "  DEC: " + dec,

@@ -38,6 +38,10 @@ class ImageView : public QWidget {
     void DibujaPunto(double x, double y, QColor colour);
     void BorraOverlay();
     size_t OverlaySize() const { return overlay_.size(); }
+    // The mark of a calibration star: a cross 10 pixels each side and its letter, which takes the
+    // place of the letter's mark before. Cleared with the overlay.
+    void MarcaEstrella(const QString& letter, double x, double y, QColor colour);
+    size_t MarkCount() const { return marks_.size(); }
 
     // The analysis rectangle in image pixels; the rubber band while dragging.
     void DibujaRectangulo(QRectF rectangle);
@@ -68,6 +72,7 @@ class ImageView : public QWidget {
     QImage picture_;
     int reduction_ = 1;
     std::vector<Item> overlay_;
+    std::vector<std::pair<QString, Item>> marks_;
     bool hasRectangle_ = false;
     QRectF rectangle_;
 };

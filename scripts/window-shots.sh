@@ -4,11 +4,14 @@
 # scripts/solve-sample.sh: the Pleiades rendered from the Tycho-2 list of `tornel-db default`, solved
 # around a position a degree away, in a program folder of its own (build/window-sample/home) whose
 # parameters are the user's with the automatic threshold, database 1, the search centre in the combos
-# and display levels for the rendered sky. With --bench it then runs tornel-window-bench on the same
-# sample. Run after `tornel-db default` and a build in build/.
+# and display levels for the rendered sky. Then the calibration windows (tornel-calibration-shots):
+# three stars of the sample picked and calibrated, and the angle search window. With --bench it then
+# runs tornel-window-bench on the same sample. Run after `tornel-db default` and a build in build/
+# (or TORNEL_BUILD).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 root=$PWD
+build=$(cd "${TORNEL_BUILD:-build}" && pwd)
 home=${TORNEL_HOME:-${XDG_DATA_HOME:-$HOME/.local/share}/tornel}
 catalogue=$home/downloads/unpacked/usr/share/astrometry/index-tycho2-07.littleendian.fits
 if [[ ! -f $catalogue || ! -f $home/param.txt ]]; then
@@ -18,7 +21,7 @@ fi
 sample=$root/build/window-sample
 rm -rf "$sample"
 mkdir -p "$sample/home/messages" "$root/docs/images"
-build/herramientas/tornel-db render --ra 56.75 --dec 24.12 --scale 1.5401 --angle 0 --width 1024 \
+"$build/herramientas/tornel-db" render --ra 56.75 --dec 24.12 --scale 1.5401 --angle 0 --width 1024 \
     --height 768 --seed 7 --hot-pixels 20 --out "$sample/pleiades.fit" --truth "$sample/pleiades.csv" \
     "$catalogue" >/dev/null
 
@@ -54,7 +57,7 @@ shot() {  # language, file
         sleep 1.5
         import -window root -colors 256 "PNG8:$4"
         kill "$window"
-        wait "$window" || true' _ "$root/build/interfaz/tornel" "$sample/pleiades.fit" \
+        wait "$window" || true' _ "$build/interfaz/tornel" "$sample/pleiades.fit" \
         "$sample/home/messages/tornel.sta" "$2"
     grep -qa "status=01" "$sample/home/messages/tornel.sta" || {
         echo "window-shots: the sample was not solved" >&2
@@ -66,8 +69,16 @@ shot() {  # language, file
 shot 0 "$root/docs/images/window-english.png"
 shot 1 "$root/docs/images/window-spanish.png"
 
+# The calibration: a field turned by 20 degrees, so that the angle found shows.
+"$build/herramientas/tornel-db" render --ra 56.75 --dec 24.12 --scale 1.5401 --angle 20 --width 1024 \
+    --height 768 --seed 7 --out "$sample/turned.fit" --truth "$sample/turned.csv" "$catalogue" >/dev/null
+parameters 0
+TORNEL_HOME=$sample/home timeout 300 xvfb-run -a -s "-screen 0 1280x860x24" \
+    "$build/bench/tornel-calibration-shots" "$sample/home/" "$sample/turned.fit" "$sample/turned.csv" \
+    "$root/docs/images"
+
 if [[ ${1:-} == --bench ]]; then
     parameters 0
     TORNEL_HOME=$sample/home xvfb-run -a -s "-screen 0 1280x860x24" \
-        build/bench/tornel-window-bench "$root/build/interfaz/tornel" "$sample/home/" "$sample/pleiades.fit"
+        "$build/bench/tornel-window-bench" "$build/interfaz/tornel" "$sample/home/" "$sample/pleiades.fit"
 fi

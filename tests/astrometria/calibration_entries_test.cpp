@@ -60,7 +60,8 @@ TEST_F(CalibrationEntries, IdentifiersOfTheRegionFormAndOfCataloguesTheDatabaseL
     EXPECT_EQ(Id("158 254"), 15800254);
     EXPECT_EQ(Id("  4493 162 "), 449300162);
     EXPECT_EQ(Id("158254"), 0);
-    EXPECT_TRUE(Told("The region number and the star number must be separated by a space. No calibration done."));
+    EXPECT_TRUE(
+        Told("The region number and the star number must be separated by a space. No calibration done."));
     EXPECT_EQ(Id("12"), 0);
     EXPECT_TRUE(Told("The star A number is not valid. No calibration done."));
     EXPECT_EQ(Id("1234567890123456789"), 0);
@@ -117,13 +118,14 @@ TEST_F(CalibrationEntries, TypedCoordinatesAndPixelSizes) {
     EXPECT_NEAR(stars[0].dec, -(5 + 23 / 60.0 + 28 / 3600.0), 1e-9);
     EXPECT_DOUBLE_EQ(stars[1].dec, -0.5);
     // Each bad field is refused with the focus on it, and only the first is told.
-    const std::pair<int, std::string> bad[] = {{0, "24"}, {1, "60"}, {2, "x"}, {3, "91"}, {3, "45.5"}, {5, ""}};
-    for (const auto& [field, text] : bad) {
+    const std::pair<int, std::string> bad[] = {{0, "24"}, {1, "60"},   {2, "x"},
+                                               {3, "91"}, {3, "45.5"}, {5, ""}};
+    for (const auto& [which, text] : bad) {
         CalibrationForm f = form;
-        f.coordenada[1][static_cast<size_t>(field)] = text;
+        f.coordenada[1][static_cast<size_t>(which)] = text;
         p.platform.messages.clear();
         EXPECT_FALSE(EntradasDeCoordenadasOK(c, f, stars, control)) << text;
-        EXPECT_EQ(control, CoordinateControl(1, field));
+        EXPECT_EQ(control, CoordinateControl(1, which));
         EXPECT_EQ(p.platform.messages, std::vector<std::string>{"Invalid value"});
     }
     CalibrationForm f = form;

@@ -6,6 +6,10 @@
 
 #include <cmath>
 
+#include "core/parametros.h"
+#include "core/startup.h"
+#include "core/timers.h"
+#include "tests/support/generated_sky.h"
 #include "tests/support/test_program.h"
 
 namespace tornel {
@@ -21,7 +25,8 @@ class AngleSearchWalk : public ::testing::Test {
     // Whether a window fishes the place: its rings hold the declination and the right ascension lies
     // within half the window's width at that declination (as the fishing lays it on each ring).
     bool Covered(const std::vector<AngleSearchWindow>& windows, double ra, double dec) const {
-        const double halfWidth = std::round(c.gAnchoVentana) / 2 / std::cos(dec * c.gGradosARadianes);
+        const double halfWidth =
+            std::round(c.gAnchoVentana) / 2 / std::cos(std::min(std::fabs(dec), 89.5) * c.gGradosARadianes);
         for (const AngleSearchWindow& w : windows)
             if (w.a - 90 <= dec && dec <= w.b - 90 && (halfWidth >= 180 || RaApart(w.ar, ra) <= halfWidth))
                 return true;
@@ -31,7 +36,8 @@ class AngleSearchWalk : public ::testing::Test {
         const double lo = std::max(std::round(c.gCentroBusquedaDEC - 15), -90.0);
         const double hi = std::min(std::round(c.gCentroBusquedaDEC + 15), 89.0);
         for (double dec = lo; dec <= hi; dec += 0.5) {
-            const double half = std::min(15 / std::cos(std::min(std::fabs(dec), 89.5) * c.gGradosARadianes), 180.0);
+            const double half =
+                std::min(15 / std::cos(std::min(std::fabs(dec), 89.5) * c.gGradosARadianes), 180.0);
             for (double offset = -half; offset <= half; offset += half / 10)
                 EXPECT_TRUE(Covered(windows, c.gCentroBusquedaRA + offset, dec))
                     << "RA " << c.gCentroBusquedaRA + offset << " DEC " << dec;
@@ -51,19 +57,27 @@ TEST_F(AngleSearchWalk, RowsGoOutwardsFromTheCentreAndCoverTheWholeZone) {
     EXPECT_DOUBLE_EQ(windows[0].ar, 100);
     EXPECT_LE(windows[0].a - 90, 0);
     EXPECT_GE(windows[0].b - 90, 0);
-    // Rows in the order north, south, north ... each farther from the centre than the one before on its
+    // Rows north and south of the centre's row in turn, each farther out than the one before on its
     // side, and a row's windows together.
     std::vector<double> middles;
     for (size_t k = 0; k < windows.size(); ++k)
-        if (k == 0 || windows[k].a != windows[k - 1].a) middles.push_back((windows[k].a + windows[k].b) / 2.0 - 90);
+        if (k == 0 || windows[k].a != windows[k - 1].a)
+            middles.push_back((windows[k].a + windows[k].b) / 2.0 - 90);
     ASSERT_GE(middles.size(), 7u);
-    for (size_t k = 1; k + 2 < middles.size(); k += 2) {
-        EXPECT_GT(middles[k], 0) << k;
-        EXPECT_LT(middles[k + 1], 0) << k;
-        EXPECT_GT(middles[k + 2], middles[k]) << k;
+    EXPECT_GT(middles[1], middles[0]);
+    EXPECT_LT(middles[2], middles[0]);
+    double north = middles[0], south = middles[0];
+    for (size_t k = 1; k < middles.size(); ++k) {
+        if (middles[k] > middles[0]) {
+            EXPECT_GT(middles[k], north) << k;
+            north = middles[k];
+        } else {
+            EXPECT_LT(middles[k], south) << k;
+            south = middles[k];
+        }
     }
-    for (size_t k = 2; k + 2 < middles.size(); k += 2)
-        EXPECT_LT(middles[k + 2], middles[k]) << k;
+    EXPECT_GE(north + 2.5, 15);
+    EXPECT_LE(south - 2.5, -15);
     // Within the centre's row: the centre, then east and west in turn, each step farther out.
     EXPECT_NEAR(windows[1].ar - 100, -(windows[2].ar - 100), 1e-9);
     EXPECT_GT(windows[1].ar, 100);
@@ -127,6 +141,38 @@ TEST_F(AngleSearchWalk, AnglesFromTheOneInForceOutwards) {
     ASSERT_EQ(fifteen.size(), 31u);
     EXPECT_EQ(fifteen[1], 99);
     EXPECT_EQ(fifteen.back(), 115);
+}
+
+// The whole search on a field of the generated sky, with the image angle in force 3 degrees off and the
+// centre 1.5 degrees away: the angle found is offered, accepted and saved, and the zone chosen before
+// stays.
+class AngleSearchSolve : public testing::GeneratedSkyTest {};
+
+TEST_F(AngleSearchSolve, TheAngleFoundIsOfferedAndSaved) {
+    const std::string image = Render({150.3, -29.8, 0, 37.5, 0, 0, false});
+    Parameters(37.5 - 3, false, [](Context& p) {
+        p.gOrigenCoordenadas = 0;
+        p.gCentroCombosRA = 149.5;
+        p.gCentroCombosDEC = -31;
+        p.gZonaCielo = 1;
+    });
+    testing::RecordingPlatform platform;
+    Context c(platform);
+    c.gCarpetaPrograma = home.Path();
+    Form_Load(c, "");
+    ExtraeNombreDeRuta(c, image);
+    c.gAmplitudAngulo = 5;
+    platform.answers.push_back(true);
+    TimerAnalizaAmbito30x30gConRotacion_Timer(c);
+    ASSERT_FALSE(platform.questions.empty()) << ::testing::PrintToString(platform.messages);
+    EXPECT_NE(platform.questions.back().find("Image angle found = "), std::string::npos);
+    EXPECT_LT(std::fabs(std::remainder(c.gAnguloImagen - 37.5, 360.0)), 0.3);
+    EXPECT_TRUE(platform.SummaryHas("Searching: angle: 34.50 RA: 149.500 DEC: -31.000"));
+    EXPECT_EQ(c.gZonaCielo, 1);
+    Context saved(platform);
+    saved.gCarpetaPrograma = home.Path();
+    CargaParametros(saved, RutaParametros(saved));
+    EXPECT_DOUBLE_EQ(saved.gAnguloImagen, c.gAnguloImagen);
 }
 
 }  // namespace
