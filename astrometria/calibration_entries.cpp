@@ -235,15 +235,31 @@ int32_t CalibraFormulario(Context& c, const CalibrationForm& f, StarCalibration&
     const bool ok = f.coordenadas ? EntradasDeCoordenadasOK(c, f, stars, control)
                                   : EntradasDeEstrellasOK(c, f, stars, control);
     if (!ok) return kCalibracionError;
-    stars[0].x = c.mCalibracionX1, stars[0].y = c.mCalibracionY1;
-    stars[1].x = c.mCalibracionX2, stars[1].y = c.mCalibracionY2;
-    stars[2].x = c.mCalibracionX3, stars[2].y = c.mCalibracionY3;
+    const double clickedY[] = {c.mCalibracionY1, c.mCalibracionY2, c.mCalibracionY3};
+    stars[0].x = c.mCalibracionX1, stars[1].x = c.mCalibracionX2, stars[2].x = c.mCalibracionX3;
+    // The angle is measured in the frame the search reads the image in: rows from the top unless the
+    // image is taken as reversed, when they count up as the picks do.
+    auto inFrame = [&](int16_t invertida) {
+        for (size_t i = 0; i < 3; ++i)
+            stars[i].y = invertida == 1 ? clickedY[i] : alto + 1 - clickedY[i];
+    };
+    inFrame(c.gImagenInvertida);
     // A failed computation leaves what the window shows as it was.
     StarCalibration found = k;
     found.mAspecto = *aspect;
-    const int32_t code = f.tresEstrellas
-                             ? CalibrarConTresEstrellas(c, found, stars[0], stars[1], stars[2], ancho, alto)
-                             : CalibrarConCoordenadasDeEstrellas(c, found, stars[0], stars[1], ancho, alto);
+    if (!f.tresEstrellas) {
+        const int32_t code = CalibrarConCoordenadasDeEstrellas(c, found, stars[0], stars[1], ancho, alto);
+        if (code == kCalibracionHecha) k = found;
+        return code;
+    }
+    int32_t code = CalibrarConTresEstrellas(c, found, stars[0], stars[1], stars[2], ancho, alto);
+    if (code == kCalibracionHecha && found.mInvertida != c.gImagenInvertida) {
+        // The other setting is right: the angle must be the one the search sees with it.
+        const int16_t invertida = found.mInvertida;
+        inFrame(invertida);
+        code = CalibrarConTresEstrellas(c, found, stars[0], stars[1], stars[2], ancho, alto);
+        found.mInvertida = invertida;
+    }
     if (code == kCalibracionHecha) k = found;
     return code;
 }

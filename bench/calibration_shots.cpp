@@ -44,8 +44,9 @@ std::vector<TruthStar> Recognised(const tornel::Context& c, const std::vector<Tr
     std::vector<TruthStar> found;
     for (int32_t i = 1; i <= c.mNumSeleccionadas; ++i) {
         const auto& e = c.mSeleccionadas[static_cast<size_t>(i)];
+        // The truth counts rows down from the top; the picks count them up from the bottom.
         for (const TruthStar& t : truth)
-            if (std::hypot(t.x - e.x, t.y - e.y) < 2) {
+            if (std::hypot(t.x - e.x, c.gPixelesY + 1 - t.y - e.y) < 2) {
                 found.push_back({e.x, e.y, t.ra, t.dec});
                 break;
             }
@@ -115,8 +116,9 @@ int main(int argc, char** argv) {
     const char* entries[] = {"mEstrellaA3", "mEstrellaB3", "mEstrellaC3"};
     for (int i = 0; i < 3; ++i) {
         // A right click on the star's circle, then the popup's entry of its letter.
-        window.PictureImagen_MouseDown(Qt::RightButton, QPointF(three[static_cast<size_t>(i)].x - 1,
-                                                                c.gPixelesY - three[static_cast<size_t>(i)].y));
+        window.PictureImagen_MouseDown(
+            Qt::RightButton,
+            QPointF(three[static_cast<size_t>(i)].x - 1, c.gPixelesY - three[static_cast<size_t>(i)].y));
         window.Menu("m2")->hide();
         window.Action(entries[i])->trigger();
     }

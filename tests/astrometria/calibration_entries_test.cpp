@@ -45,7 +45,8 @@ class CalibrationEntries : public ::testing::Test {
         db::PixelToSky(field, x, y, ra, dec);
         form.coordenada[static_cast<size_t>(i)] = Typed(ra, dec);
         (i == 0 ? c.mCalibracionX1 : i == 1 ? c.mCalibracionX2 : c.mCalibracionX3) = x;
-        (i == 0 ? c.mCalibracionY1 : i == 1 ? c.mCalibracionY2 : c.mCalibracionY3) = y;
+        // Picks count rows up from the bottom; the renderer counts them down from the top.
+        (i == 0 ? c.mCalibracionY1 : i == 1 ? c.mCalibracionY2 : c.mCalibracionY3) = field.height + 1 - y;
     }
 
     CatalogueProgram p;
@@ -191,8 +192,22 @@ TEST_F(CalibrationEntries, AFormCalibratesAndSavesScaleAngleAndMirror) {
     Star(2, 900, 100);
     ASSERT_EQ(CalibraFormulario(c, form, k, 1200, 900, control), kCalibracionHecha);
     EXPECT_EQ(k.mInvertida, 1);
+    // Read with its rows the other way, the mirrored field turned by 30 degrees shows north at 150.
+    EXPECT_LT(std::fabs(std::remainder(k.mAnguloCamara - 150, 360.0)), 0.1);
     GuardaCalibracion(c, k, true);
     EXPECT_EQ(c.gImagenInvertida, 1);
+    // With the setting already right the same stars give the same answer.
+    ASSERT_EQ(CalibraFormulario(c, form, k, 1200, 900, control), kCalibracionHecha);
+    EXPECT_EQ(k.mInvertida, 1);
+    EXPECT_LT(std::fabs(std::remainder(k.mAnguloCamara - 150, 360.0)), 0.1);
+    // And a field that is not mirrored, with the setting wrong, is told so, at its own angle.
+    field.mirror = false;
+    Star(0, 200, 150);
+    Star(1, 1000, 700);
+    Star(2, 900, 100);
+    ASSERT_EQ(CalibraFormulario(c, form, k, 1200, 900, control), kCalibracionHecha);
+    EXPECT_EQ(k.mInvertida, 0);
+    EXPECT_LT(std::fabs(std::remainder(k.mAnguloCamara - 30, 360.0)), 0.1);
 }
 
 TEST_F(CalibrationEntries, ARefusedFormChangesNothing) {

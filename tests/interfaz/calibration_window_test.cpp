@@ -105,13 +105,13 @@ void CalibrationWindowTest::starCalibrationRefusals() {
     // The numbers alone: Enter passes on, and on the last box is OK, which checks them.
     FormIDsEstrellas ids(p.c, 3, p.window.get());
     QCOMPARE(ids.windowTitle(), QString("Tornel.  *** Calibration ***"));
-    ids.Box(0)->setText("158 254");
-    ids.Box(1)->setText("158254");
+    ids.Box(0)->setText("158254");
+    ids.Box(1)->setText("158 254");
     ids.Box(2)->setText("160 3");
     QTest::keyClick(ids.Box(2), Qt::Key_Return);
     QVERIFY(p.platform.Told(
         "The region number and the star number must be separated by a space. No calibration done."));
-    QCOMPARE(ids.focusWidget(), static_cast<QWidget*>(ids.Box(1)));
+    QCOMPARE(ids.focusWidget(), static_cast<QWidget*>(ids.Box(0)));
     QVERIFY(ids.result() != QDialog::Accepted);
 }
 
@@ -134,7 +134,7 @@ void CalibrationWindowTest::threeStarsPickedWithTheMouseSaveScaleAndAngle() {
     // down from the top; the image's rows count up.
     const char* entries[] = {"mEstrellaA3", "mEstrellaB3", "mEstrellaC3"};
     auto pick = [&](int star, double x, double y) {
-        p.window->PictureImagen_MouseDown(Qt::RightButton, QPointF(x - 1 + 2, p.c.gPixelesY - y - 1));
+        p.window->PictureImagen_MouseDown(Qt::RightButton, QPointF(x - 1 + 2, y - 1 - 2));
         p.window->Menu("m2")->hide();
         p.window->Action(entries[star])->trigger();
     };
@@ -144,8 +144,9 @@ void CalibrationWindowTest::threeStarsPickedWithTheMouseSaveScaleAndAngle() {
     QCOMPARE(p.c.mCalibracionX1, 0.0);
     for (int i = 0; i < 3; ++i)
         pick(i, kBright[i][0], kBright[i][1]);
+    // The picks count rows up from the bottom; the renderer counts them down from the top.
     QVERIFY(std::fabs(p.c.mCalibracionX2 - kBright[1][0]) < 1.5);
-    QVERIFY(std::fabs(p.c.mCalibracionY3 - kBright[2][1]) < 1.5);
+    QVERIFY(std::fabs(p.c.mCalibracionY3 - (kField.height + 1 - kBright[2][1])) < 1.5);
     QCOMPARE(p.window->View().MarkCount(), size_t{9});
     pick(1, kBright[1][0], kBright[1][1]);  // picked again: the mark moves, none is added
     QCOMPARE(p.window->View().MarkCount(), size_t{9});
@@ -177,8 +178,9 @@ void CalibrationWindowTest::threeStarsPickedWithTheMouseSaveScaleAndAngle() {
 }
 
 void CalibrationWindowTest::angleSearchWindow() {
-    Program p([](Context& c) { c.gSegundosPorPixelX = c.gSegundosPorPixelY = 0; }, {}, true);
+    Program p;
     // An invalid pixel size keeps the window closed.
+    p.c.gSegundosPorPixelX = 0;
     QVERIFY(!AngleSearchMayOpen(p.c));
     QVERIFY(p.platform.Told("Invalid pixel size."));
     p.c.gSegundosPorPixelX = p.c.gSegundosPorPixelY = 2;
