@@ -5,6 +5,7 @@
 // Usage: tornel-calibration-shots PROGRAM_FOLDER IMAGE TRUTH OUTDIR
 #include <QApplication>
 #include <QLineEdit>
+#include <QMenu>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QTest>
