@@ -237,11 +237,11 @@ int32_t CalibraFormulario(Context& c, const CalibrationForm& f, StarCalibration&
     if (!ok) return kCalibracionError;
     const double clickedY[] = {c.mCalibracionY1, c.mCalibracionY2, c.mCalibracionY3};
     stars[0].x = c.mCalibracionX1, stars[1].x = c.mCalibracionX2, stars[2].x = c.mCalibracionX3;
-    // The angle is measured in the frame the search reads the image in: rows from the top unless the
-    // image is taken as reversed, when they count up as the picks do.
+    // The picks are in the rows as loaded with the reversed setting in force; the other setting loads
+    // them the other way up.
     auto inFrame = [&](int16_t invertida) {
         for (size_t i = 0; i < 3; ++i)
-            stars[i].y = invertida == 1 ? clickedY[i] : alto + 1 - clickedY[i];
+            stars[i].y = invertida == c.gImagenInvertida ? clickedY[i] : alto + 1 - clickedY[i];
     };
     inFrame(c.gImagenInvertida);
     // A failed computation leaves what the window shows as it was.

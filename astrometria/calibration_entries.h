@@ -50,10 +50,10 @@ bool EntradasDeCoordenadasOK(Context& c, const CalibrationForm& f, std::array<Ca
 // "Invalid value" in the language in force.
 void MensajeEntradaNoValida(Context& c);
 
-// `CommandoCalibrar_Click`: the pixel shape, the stars clicked (mCalibracionX1 ..., engine frame), the
-// entries, and the computation on an image `ancho` x `alto`, in the frame the search reads the image in
-// with gImagenInvertida. When three stars show the other setting right, the angle is measured again
-// in its frame, so that the angle and the setting saved together agree. Answers a CalibrationCode; on a
+// `CommandoCalibrar_Click`: the pixel shape, the stars clicked (mCalibracionX1 ..., rows as loaded with
+// gImagenInvertida), the entries, and the computation on an image `ancho` x `alto`. When three stars
+// show the other reversed setting right, the angle is measured again on the rows as that setting
+// loads them, so that the angle and the setting saved together agree. Answers a CalibrationCode; on a
 // refusal `control` names the control to go back to (empty when the refusal is not one control's).
 int32_t CalibraFormulario(Context& c, const CalibrationForm& f, StarCalibration& k, double ancho, double alto,
                           std::string& control);

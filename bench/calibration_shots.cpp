@@ -45,9 +45,10 @@ std::vector<TruthStar> Recognised(const tornel::Context& c, const std::vector<Tr
     std::vector<TruthStar> found;
     for (int32_t i = 1; i <= c.mNumSeleccionadas; ++i) {
         const auto& e = c.mSeleccionadas[static_cast<size_t>(i)];
-        // The truth counts rows down from the top; the picks count them up from the bottom.
+        // Only to know the star: the truth's rows may count either way.
         for (const TruthStar& t : truth)
-            if (std::hypot(t.x - e.x, c.gPixelesY + 1 - t.y - e.y) < 2) {
+            if (std::hypot(t.x - e.x, t.y - e.y) < 2 ||
+                std::hypot(t.x - e.x, c.gPixelesY + 1 - t.y - e.y) < 2) {
                 found.push_back({e.x, e.y, t.ra, t.dec});
                 break;
             }
@@ -111,7 +112,9 @@ int main(int argc, char** argv) {
         QTest::qWait(20);
     const auto three = WidestThree(Recognised(c, ReadTruth(argv[3])));
     if (three.size() != 3) {
-        std::fprintf(stderr, "calibration-shots: fewer than three selected stars are in the truth file\n");
+        std::fprintf(stderr,
+                     "calibration-shots: fewer than three of the %d selected stars are in the truth file\n",
+                     c.mNumSeleccionadas);
         return 1;
     }
     const char* entries[] = {"mEstrellaA3", "mEstrellaB3", "mEstrellaC3"};

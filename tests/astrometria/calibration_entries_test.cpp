@@ -45,8 +45,10 @@ class CalibrationEntries : public ::testing::Test {
         db::PixelToSky(field, x, y, ra, dec);
         form.coordenada[static_cast<size_t>(i)] = Typed(ra, dec);
         (i == 0 ? c.mCalibracionX1 : i == 1 ? c.mCalibracionX2 : c.mCalibracionX3) = x;
-        // Picks count rows up from the bottom; the renderer counts them down from the top.
-        (i == 0 ? c.mCalibracionY1 : i == 1 ? c.mCalibracionY2 : c.mCalibracionY3) = field.height + 1 - y;
+        // Picks are on the rows as loaded: the renderer's unless the image is taken as reversed.
+        (i == 0   ? c.mCalibracionY1
+         : i == 1 ? c.mCalibracionY2
+                  : c.mCalibracionY3) = c.gImagenInvertida == 1 ? field.height + 1 - y : y;
     }
 
     CatalogueProgram p;
@@ -196,7 +198,11 @@ TEST_F(CalibrationEntries, AFormCalibratesAndSavesScaleAngleAndMirror) {
     EXPECT_LT(std::fabs(std::remainder(k.mAnguloCamara - 150, 360.0)), 0.1);
     GuardaCalibracion(c, k, true);
     EXPECT_EQ(c.gImagenInvertida, 1);
-    // With the setting already right the same stars give the same answer.
+    // With the setting already right, the same stars picked on the rows as it loads them give the same
+    // answer.
+    Star(0, 200, 150);
+    Star(1, 1000, 700);
+    Star(2, 900, 100);
     ASSERT_EQ(CalibraFormulario(c, form, k, 1200, 900, control), kCalibracionHecha);
     EXPECT_EQ(k.mInvertida, 1);
     EXPECT_LT(std::fabs(std::remainder(k.mAnguloCamara - 150, 360.0)), 0.1);

@@ -34,8 +34,8 @@ class CalibrationThenSolve : public testing::GeneratedSkyTest {
         form.tresEstrellas = true;
         for (size_t i = 0; i < 3; ++i) {
             double ra = 0, dec = 0;
-            // The renderer counts rows down from the top, the extraction up from the bottom.
-            db::PixelToSky(geometry, xs[i], geometry.height + 1 - ys[i], ra, dec);
+            // The image taken as reversed is loaded with its rows the other way up.
+            db::PixelToSky(geometry, xs[i], invertida == 1 ? geometry.height + 1 - ys[i] : ys[i], ra, dec);
             const double h = ra / 15, hm = (h - std::floor(h)) * 60, d = std::fabs(dec),
                          dm = (d - std::floor(d)) * 60;
             form.coordenada[i] = {std::to_string(static_cast<int>(h)),

@@ -144,7 +144,7 @@ void CalibrationWindowTest::threeStarsPickedWithTheMouseSaveScaleAndAngle() {
     QCOMPARE(p.c.mCalibracionX1, 0.0);
     for (int i = 0; i < 3; ++i)
         pick(i, kBright[i][0], kBright[i][1]);
-    // The picks count rows up from the bottom; the renderer counts them down from the top.
+    // Taken as reversed, the image is loaded with its rows the other way up.
     QVERIFY(std::fabs(p.c.mCalibracionX2 - kBright[1][0]) < 1.5);
     QVERIFY(std::fabs(p.c.mCalibracionY3 - (kField.height + 1 - kBright[2][1])) < 1.5);
     QCOMPARE(p.window->View().MarkCount(), size_t{9});
