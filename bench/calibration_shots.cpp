@@ -45,6 +45,8 @@ std::vector<TruthStar> Recognised(const tornel::Context& c, const std::vector<Tr
     std::vector<TruthStar> found;
     for (int32_t i = 1; i <= c.mNumSeleccionadas; ++i) {
         const auto& e = c.mSeleccionadas[static_cast<size_t>(i)];
+        // Only stars well inside the part of the image the window shows, so that the marks show whole.
+        if (e.x < 60 || e.x > 820 || e.y < 60 || c.gPixelesY - e.y < 60 || c.gPixelesY - e.y > 680) continue;
         // Only to know the star: the truth's rows may count either way.
         for (const TruthStar& t : truth)
             if (std::hypot(t.x - e.x, t.y - e.y) < 2 ||
