@@ -130,7 +130,13 @@ class FormPrincipal : public QMainWindow {
     void SetCoordinateOrigin(int16_t origin);
     void SetWindowType(int32_t type);
     void StartZoneSearch(int32_t zone);
+    // The calibration entries (form_principal_calibration.cpp).
     void StoreCalibrationStar(int star);
+    void OpenStarCalibration(bool tres);
+    void mCalibrarPixelYangulo_Click();
+    void mExtraer2_Click();
+    void mCalibrar2estrellas_Click();
+    void mCalibrar3estrellas_Click();
     QPointF ViewToImage(QPointF at) const;
     void ShowText(const QString& title, const QString& text);
 

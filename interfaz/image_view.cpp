@@ -131,8 +131,17 @@ QStringList ImageView::OverlayTexts(OverlayLayer layer) const {
     return texts;
 }
 
+void ImageView::MarcaEstrella(const QString& letter, double x, double y, QColor colour) {
+    std::erase_if(marks_, [&](const auto& m) { return m.first == letter; });
+    marks_.push_back({letter, {Item::Kind::Line, {x - 10, y}, {x + 10, y}, 0, 2, {}, colour}});
+    marks_.push_back({letter, {Item::Kind::Line, {x, y - 10}, {x, y + 10}, 0, 2, {}, colour}});
+    marks_.push_back({letter, {Item::Kind::Text, {x + 12, y - 12}, {}, 0, 1, letter, colour}});
+    update();
+}
+
 void ImageView::BorraOverlay() {
     overlay_.clear();
+    marks_.clear();
     update();
 }
 
@@ -161,7 +170,14 @@ void ImageView::paintEvent(QPaintEvent*) {
     p.drawImage(rect(), picture_);
     const double f = reduction_;
     p.setRenderHint(QPainter::Antialiasing);
-    for (const Item& item : overlay_) {
+    // The calibration marks go last, over the drawing; the overlay is copied only while there are some.
+    std::vector<Item> withMarks;
+    if (!marks_.empty()) {
+        withMarks = overlay_;
+        for (const auto& mark : marks_)
+            withMarks.push_back(mark.second);
+    }
+    for (const Item& item : marks_.empty() ? overlay_ : withMarks) {
         // Circles and texts keep their screen size; positions follow the reduction.
         QPen pen(item.colour, item.width);
         p.setPen(pen);

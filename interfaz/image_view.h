@@ -45,6 +45,10 @@ class ImageView : public QWidget {
     void BorraCapa(OverlayLayer layer);
     size_t OverlaySize(OverlayLayer layer) const;
     QStringList OverlayTexts(OverlayLayer layer) const;
+    // The mark of a calibration star: a cross 10 pixels each side and its letter, which takes the
+    // place of the letter's mark before. Cleared with the overlay.
+    void MarcaEstrella(const QString& letter, double x, double y, QColor colour);
+    size_t MarkCount() const { return marks_.size(); }
 
     // The analysis rectangle in image pixels; the rubber band while dragging.
     void DibujaRectangulo(QRectF rectangle);
@@ -78,6 +82,7 @@ class ImageView : public QWidget {
     int reduction_ = 1;
     std::vector<Item> overlay_;
     OverlayLayer layer_ = OverlayLayer::Analysis;
+    std::vector<std::pair<QString, Item>> marks_;
     bool hasRectangle_ = false;
     QRectF rectangle_;
 };

@@ -7,8 +7,9 @@
 # and display levels for the rendered sky. A third shot is of a real photograph solved blind, the
 # Pleiades of the validation images (TORNEL_VALIDATION, ../shared/validation by default), with the
 # objects of the database's pgc.bin, the compass and the guidance labels towards a target set in the
-# combos. With --bench it then runs tornel-window-bench on the same sample. Run after
-# `tornel-db default` and a build in build/ (or TORNEL_BUILD).
+# combos. Then the calibration windows (tornel-calibration-shots): three stars of the sample picked and
+# calibrated, and the angle search window. With --bench it then runs tornel-window-bench on the same
+# sample. Run after `tornel-db default` and a build in build/ (or TORNEL_BUILD).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 root=$PWD
@@ -78,6 +79,14 @@ shot 1 "$root/docs/images/window-spanish.png" "$sample/pleiades.fit"
 # The photograph's target lies 1.5 degrees east and a quarter of a degree north of its centre: one
 # advice in degrees (yellow), one in minutes (green).
 shot 0 "$root/docs/images/window-objects.png" "$validation/pleiades_color.jpg" 58.0 24.4 2
+
+# The calibration: a field turned by 20 degrees, so that the angle found shows.
+"$build/herramientas/tornel-db" render --ra 56.75 --dec 24.12 --scale 1.5401 --angle 20 --width 1024 \
+    --height 768 --seed 7 --out "$sample/turned.fit" --truth "$sample/turned.csv" "$catalogue" >/dev/null
+parameters 0
+TORNEL_HOME=$sample/home timeout 300 xvfb-run -a -s "-screen 0 1280x860x24" \
+    "$build/bench/tornel-calibration-shots" "$sample/home/" "$sample/turned.fit" "$sample/turned.csv" \
+    "$root/docs/images"
 
 if [[ ${1:-} == --bench ]]; then
     parameters 0
