@@ -12,6 +12,7 @@
 
 #include "astrometria/sky_maths.h"
 #include "automatizacion/buzon.h"
+#include "catalogo/database_check.h"
 #include "catalogo/triangle_database.h"
 #include "comun/build_info.h"
 #include "comun/clock.h"
@@ -183,6 +184,7 @@ void DespuesDeCargaParametros(Context& c) {
     if (CompruebaCarpetas(c)) {
         CompruebaFicherosBDs(c);
         AvisosBD(c, c.gBaseDatosPedida);
+        RefuseDamagedDatabaseFiles(c);
     }
     bool ok = false;
     try {
