@@ -46,6 +46,8 @@ DatabaseFileFault LengthFault(int64_t length, int64_t record) {
 
 // The first 74 records of a pole file bound the records of its 37 tiles: first and last of each.
 DatabaseFileFault PoleHeadFault(const std::string& path, int64_t records) {
+    // An empty file names no tiles, and no search can take a star from it.
+    if (records == 0) return {};
     if (records < kPoleHeadRecords)
         return {"le faltan los límites de sus teselas", "il lui manque les bornes de ses tuiles",
                 "it lacks the bounds of its tiles"};
