@@ -76,8 +76,10 @@ for name, args in (("colour.jpg", [src] + corner + ["-quality", "80", "JPG:-"]),
                    ("progressive.jpg", [src] + corner + ["-interlace", "JPEG", "JPG:-"])):
     put("fuzz_jpg", name, magick(args))
 
-# param.txt as the program writes it, and a profile cut after its first ten parameters.
-text = open(param, "rb").read()
+# param.txt as the program writes it, and a profile cut after its first ten parameters. Paths are
+# replaced by ones of no machine, so that nothing a target does reaches this machine's folders.
+text = b"".join(b"/home/observer/tornel/" + (b"\r\n" if line.endswith(b"\r\n") else b"\n") if line.startswith(b"/")
+                else line for line in open(param, "rb").read().splitlines(True))
 put("fuzz_param", "param.txt", text)
 put("fuzz_param", "profile-short.txt", b"".join(text.splitlines(True)[:20]))
 

@@ -68,8 +68,12 @@ class Soak:
             os.symlink(os.path.abspath(self.args.database), os.path.join(self.home, "database"))
         if self.args.param:
             lines = open(self.args.param, "rb").read().split(b"\n")
-            # Database 1 and waiting for messages (parameters 51 and 18, lines 102 and 36).
-            lines[101] = b"1\r" if lines[101].endswith(b"\r") else b"1"
+            cr = b"\r" if lines[0].endswith(b"\r") else b""
+            # Parameter n is line 2n. The folders are the soak's own, whatever the copied file names:
+            # distances and stars (15, 16) the database, the mailbox (32) the soak's; database 1 (51).
+            database = os.path.join(os.path.abspath(self.args.database or self.home), "").encode()
+            for n, value in ((15, database), (16, database), (32, os.path.join(self.box, "").encode()), (51, b"1")):
+                lines[2 * n - 1] = value + cr
             open(os.path.join(self.home, "param.txt"), "wb").write(b"\n".join(lines))
         env = dict(os.environ, TORNEL_HOME=self.home)
         env.setdefault("ASAN_OPTIONS", "detect_leaks=1:abort_on_error=0:exitcode=86")
@@ -78,6 +82,11 @@ class Soak:
         self.daemon = subprocess.Popen([self.args.cli, "5"], env=env, stdout=subprocess.DEVNULL, stderr=self.err)
         deadline = time.time() + 60
         while time.time() < deadline:
+            self.err.seek(0)
+            said = self.err.read()
+            if "watching the mailbox folder" in said and os.path.join(self.box, "") not in said:
+                self.daemon.send_signal(signal.SIGTERM)
+                self.fail("the daemon watches another mailbox folder: " + said.strip())
             s = self.read_sta()
             if s and s[1] == WAITING:
                 return
@@ -207,14 +216,16 @@ class Soak:
     def run(self):
         self.start()
         started = time.time()
+        next_image, printed = self.args.image_every, 0
         while self.sent < self.args.messages:
-            if self.args.image_every and self.sent and self.sent % self.args.image_every == 0:
+            if self.args.image_every and self.sent >= next_image:
+                next_image += self.args.image_every
                 self.image()
                 continue
             r = self.rng.random()
-            if r < 0.35:
+            if r < 0.25:
                 self.angle_message()
-            elif r < 0.45:
+            elif r < 0.3:
                 self.angle_message(halves=True)
             elif r < 0.8:
                 self.burst()
@@ -222,7 +233,8 @@ class Soak:
                 self.unknown_code()
             else:
                 self.no_kind()
-            if self.sent % 250 == 0:
+            if self.sent // 250 > printed:
+                printed = self.sent // 250
                 print(f"{self.sent} messages, {time.time() - started:.0f} s, rss {self.rss_kb()} kB", flush=True)
         self.seconds = time.time() - started
         self.rss_end = self.rss_kb()

@@ -46,8 +46,8 @@ for t in "${targets[@]}"; do
     dict=()
     [ -f "$root/fuzz/dict/$t.dict" ] && dict=(-dict="$root/fuzz/dict/$t.dict")
     log="$build/fuzz-logs/$t.log"
-    # Images may claim up to the engine's limit of 1 GiB: the memory limit leaves room for it.
-    nice -n 10 "$build/fuzz/$t" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=3072 \
+    # Images may claim up to the engine's limit of 1 GiB, which takes seconds to fill when instrumented.
+    nice -n 10 "$build/fuzz/$t" -max_total_time="$seconds" -timeout=60 -rss_limit_mb=4096 \
         -print_final_stats=1 -print_coverage=1 -artifact_prefix="$build/fuzz-faults/$t-" "${dict[@]}" \
         "$corpus" "$root/fuzz/corpus/$t" >"$log" 2>&1
     status=$?
