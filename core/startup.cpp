@@ -262,6 +262,7 @@ void Form_Load(Context& c, const std::string& lineaComandos,
         if (CompruebaCarpetas(c)) {
             CompruebaFicherosBDs(c);
             AvisosBD(c, c.gBaseDatosPedida);
+            RefuseDamagedDatabaseFiles(c);
         }
         c.gBasesOK = CambioBaseDatos(c, 0, c.gBaseDatosPedida);
         // A missing region index is rebuilt from est.bin once the start-up is over.
