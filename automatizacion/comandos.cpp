@@ -89,7 +89,8 @@ bool SetInteger(Context& c, const std::string& valor) {
     return true;
 }
 
-template <auto Member, double Lo, double Hi>
+// Whole bounds: clang takes no floating-point template arguments before its version 18.
+template <auto Member, int32_t Lo, int32_t Hi>
 bool SetReal(Context& c, const std::string& valor) {
     double v = 0;
     if (!ValidaReal(c, valor, Lo, Hi, v)) return false;
@@ -192,7 +193,7 @@ const Key kKeys[] = {
     {"language", SetLanguage, Get<&Context::gIdioma>},
     {"showErrorMessages", SetShowMessages, GetShowMessages},
     {"mode", nullptr, Get<&Context::gOrigenImagen>},
-    {"imageAngle", SetReal<&Context::gAnguloImagen, -360.0, 360.0>, Get<&Context::gAnguloImagen>},
+    {"imageAngle", SetReal<&Context::gAnguloImagen, -360, 360>, Get<&Context::gAnguloImagen>},
     {"arcSecPerPixel", SetArcSecPerPixel, Get<&Context::gSegundosPorPixelX>},
     {"arcSecPerPixelX", SetArcSecPerPixelX, nullptr},
     {"arcSecPerPixelY", SetArcSecPerPixelY, nullptr},
@@ -205,7 +206,7 @@ const Key kKeys[] = {
     {"yMin", SetInteger<&Context::mMensajeY1, 0, 100000>, Get<&Context::gYMin>},
     {"yMax", SetInteger<&Context::mMensajeY2, 0, 100000>, Get<&Context::gYMax>},
     {"automaticThreshold", SetAutomaticThreshold, Get<&Context::gUmbralAutomatico>},
-    {"threshold", SetReal<&Context::gUmbral, 0.0, 1.0>, Get<&Context::gUmbral>},
+    {"threshold", SetReal<&Context::gUmbral, 0, 1>, Get<&Context::gUmbral>},
     {"minPerimeter", SetInteger<&Context::gPerimetroMin, 0, 20>, Get<&Context::gPerimetroMin>},
     {"maxPerimeter", SetInteger<&Context::gPerimetroMax, 10, 100>, Get<&Context::gPerimetroMax>},
     {"maxContours", nullptr, Get<&Context::gMaxContornos>},
@@ -217,13 +218,13 @@ const Key kKeys[] = {
     {"angleError", SetInteger<&Context::gErrorInclinacion, 1, 4>, Get<&Context::gErrorInclinacion>},
     {"searchingCoordinatesFrom", SetInteger<&Context::gOrigenCoordenadas, 0, 5>,
      Get<&Context::gOrigenCoordenadas>},
-    {"RAsearchingCentreInMessage", SetReal<&Context::gCentroMensajeRA, 0.0, 360.0>,
+    {"RAsearchingCentreInMessage", SetReal<&Context::gCentroMensajeRA, 0, 360>,
      Get<&Context::gCentroMensajeRA>},
-    {"DECsearchingCentreInMessage", SetReal<&Context::gCentroMensajeDEC, -90.0, 90.0>,
+    {"DECsearchingCentreInMessage", SetReal<&Context::gCentroMensajeDEC, -90, 90>,
      Get<&Context::gCentroMensajeDEC>},
     {"searchWindowType", SetInteger<&Context::gTipoVentana, 0, 3>, Get<&Context::gTipoVentana>},
-    {"skyWindowWidth", SetReal<&Context::gAnchoVentana, 0.0, 5.0>, Get<&Context::gAnchoVentana>},
-    {"skyWindowHeight", SetReal<&Context::gAltoVentana, 0.0, 5.0>, Get<&Context::gAltoVentana>},
+    {"skyWindowWidth", SetReal<&Context::gAnchoVentana, 0, 5>, Get<&Context::gAnchoVentana>},
+    {"skyWindowHeight", SetReal<&Context::gAltoVentana, 0, 5>, Get<&Context::gAltoVentana>},
     {"skyRingFromDec", SetInteger<&Context::gAnilloDesde, -90, 89>, Get<&Context::gAnilloDesde>},
     {"skyRingToDec", SetInteger<&Context::gAnilloHasta, -89, 90>, Get<&Context::gAnilloHasta>},
     {"stopSearchingWhenSides", SetInteger<&Context::gLadosParaParar, 10, 45>, Get<&Context::gLadosParaParar>},
@@ -247,9 +248,8 @@ const Key kKeys[] = {
     {"whiteVisuForFIT", SetInteger<&Context::gBlancoFit, 0, 100000>, Get<&Context::gBlancoFit>},
     // Answers the mailbox folder, not a type, as it always did.
     {"lastImageType", nullptr, Get<&Context::gCarpetaMensajes>},
-    {"RAsearchingCentreInCombos", SetReal<&Context::gCentroCombosRA, 0.0, 360.0>,
-     Get<&Context::gCentroCombosRA>},
-    {"DECsearchingCentreInCombos", SetReal<&Context::gCentroCombosDEC, -90.0, 90.0>,
+    {"RAsearchingCentreInCombos", SetReal<&Context::gCentroCombosRA, 0, 360>, Get<&Context::gCentroCombosRA>},
+    {"DECsearchingCentreInCombos", SetReal<&Context::gCentroCombosDEC, -90, 90>,
      Get<&Context::gCentroCombosDEC>},
 };
 

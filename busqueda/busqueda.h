@@ -15,7 +15,8 @@ void BusquedaEnZonaParalelo(Context& c);
 void BusquedaEnZonaMeridiano(Context& c);
 void BusquedaPorTriangulos(Context& c);
 // Sky zone 6: the 30 x 30 degree zone searched at every angle within gAmplitudAngulo of the image
-// angle, nearest first, until a polygon has enough sides.
+// angle, nearest first, until a polygon has enough sides; the windows are those of
+// AngleSearchWindows (angle_search_walk.h), the pole files searched once, with the first angle.
 void SearchZone30x30WithRotation(Context& c);
 
 // The pole files: the 37 tiles of pole `polo` (0 or 179), nearest the search centre first, each

@@ -4,9 +4,11 @@
 #include <cmath>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "astrometria/angle_calibration.h"
 #include "astrometria/sky_maths.h"
+#include "busqueda/angle_search_walk.h"
 #include "busqueda/busqueda.h"
 #include "busqueda/polygons.h"
 #include "busqueda/screen_geometry.h"
@@ -121,6 +123,16 @@ void OfferAngleFound(Context& c) {
     }
 }
 
+// The progress of the angle search in the caption: the angle, its round of all, the window's place.
+void TitleAngleWindow(Context& c, double angle, int32_t round, int32_t rounds, const AngleSearchWindow& w) {
+    const std::string t = FormatNumber(angle, "0") + " (" + std::to_string(round) + "/" +
+                          std::to_string(rounds) + ")",
+                      ra = FormatNumber(w.ar, "0.0"), dec = FormatNumber((w.a + w.b) / 2.0 - 90, "0.0");
+    VisuTitulo(c, "Buscando ángulo: " + t + "  AR: " + ra + "  DE: " + dec,
+               "Recherche angle: " + t + "  AD: " + ra + "  DEC: " + dec,
+               "Searching angle: " + t + "  RA: " + ra + "  DEC: " + dec);
+}
+
 void ShowTime(Context& c, double start) {
     if (!c.gMostrarTiempos) return;
     const std::string t = FormatNumber(Ahora(c) - start, "0.0");
@@ -194,10 +206,29 @@ void SearchZone30x30WithRotation(Context& c) {
         else
             ParaResumen(c, "Imagen no invertida", "Image non inversée", "Non reversed image");
         if (!StartSearch(c)) return;
-        for (int32_t n = 0; n <= 2 * c.gAmplitudAngulo && !SearchMustStop(c); ++n) {
-            const std::string t = FormatNumber(AngleOfRound(c, n), "0");
-            VisuTitulo(c, "Buscando ángulo: " + t, "Recherche angle: " + t, "Searching angle: " + t);
-            if (!SweepZone30x30(c, AngleOfRound(c, n))) return;
+        const std::vector<AngleSearchWindow> windows = AngleSearchWindows(c);
+        if (windows.empty()) {
+            MensajeIdioma(
+                c, "La ventana de búsqueda es demasiado pequeña para la opción 'Buscar en zona 30x30 grados'",
+                "La fenêtre de recherche est trop petite pour l'option 'Rechercher dans une zone de 30x30 "
+                "degrés'",
+                "The searching window is too small for the 'Search in a 30x30 degrees area' option");
+            c.mFinAnalisis = true;
+            return;
+        }
+        const std::vector<double> angles = AngleSearchAngles(c);
+        const auto rounds = static_cast<int32_t>(angles.size());
+        for (int32_t n = 0; n < rounds && !SearchMustStop(c); ++n) {
+            const double angle = angles[static_cast<size_t>(n)];
+            for (size_t w = 0; w < windows.size() && !SearchMustStop(c); ++w) {
+                TitleAngleWindow(c, angle, n + 1, rounds, windows[w]);
+                WindowStep(c, windows[w].ar, windows[w].a, windows[w].b, angle);
+            }
+            if (n > 0) continue;
+            // The pole files hold distances only: they are searched once, with the first round.
+            AfterZoneLoop(c);
+            PoleWhenReached(c, AngleSearchReachesSouthPole(c), 0);
+            PoleWhenReached(c, AngleSearchReachesNorthPole(c), 179);
         }
         AnalisisFinal(c);
     });

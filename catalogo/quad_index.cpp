@@ -54,7 +54,9 @@ uint16_t CodeToStored(double v) {
 }
 
 int32_t StarZone(float dec, double low) {
-    return static_cast<int32_t>(std::floor((static_cast<double>(dec) + 90) / low));
+    const double zone = std::floor((static_cast<double>(dec) + 90) / low);
+    const double last = std::ceil(180 / kQuadLeastLevel);
+    return zone >= 0 ? static_cast<int32_t>(std::min(zone, last)) : 0;
 }
 
 double StoredToCode(uint16_t q) {
@@ -122,7 +124,7 @@ bool QuadIndex::Open(const std::string& path, std::string& error) {
         level.quads = Load<uint64_t>(p + 8);
         level.firstStar = Load<uint64_t>(p + 16);
         level.stars = Load<uint64_t>(p + 24);
-        if (!(level.low > 0 && level.high > level.low && level.high <= 180))
+        if (!(level.low >= kQuadLeastLevel && level.high > level.low && level.high <= 180))
             return refuse("has a level of sizes out of order");
         if (l > 0 && !(level.low > levels_.back().low)) return refuse("has its levels out of order");
         if (level.quads > quadCount_ - quads) return refuse("has levels of more quads than its tree");

@@ -45,7 +45,11 @@ inline constexpr size_t kQuadTopNodes = (size_t{1} << kQuadTopDepth) - 1;
 inline constexpr double kCodeLow = -0.25, kCodeSpan = 1.5;
 
 uint16_t CodeToStored(double v);
-// The zone of a star of a group whose level's least size is `low` degrees.
+// The finest level a file may have, degrees: a circle is read zone by zone, and a finer level would
+// make a search of a few degrees read millions of zones.
+inline constexpr double kQuadLeastLevel = 0.01;
+// The zone of a star of a group whose level's least size is `low` degrees. A declination that is not
+// one (a damaged file) gives zone 0 or the last zone, never a number past them.
 int32_t StarZone(float dec, double low);
 double StoredToCode(uint16_t q);
 

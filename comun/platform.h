@@ -15,6 +15,22 @@ enum class OverlayColour : uint8_t { Red, Blue, Green, Yellow, White, Cyan, Mage
 // What a file dialog is for: choosing a file to read or a name to write.
 enum class FileDialogKind : uint8_t { Open, Save };
 
+// The overlay is drawn in two layers: what the analysis marks on the way (contours, candidates) and
+// the drawing of a solution, which is cleared and drawn again alone when a Show flag, the zoom or the
+// levels change.
+enum class OverlayLayer : uint8_t { Analysis, Solution };
+
+// The edge of the visible part of the image that a guidance label stands against.
+enum class GuidanceEdge : uint8_t { Left, Right, Top, Bottom };
+
+// One of the two guidance labels: how far the mount still has to move along one axis.
+struct GuidanceLabel {
+    std::string text;
+    OverlayColour colour = OverlayColour::Yellow;
+    int pointSize = 8;
+    GuidanceEdge edge = GuidanceEdge::Left;
+};
+
 struct FileDialogRequest {
     FileDialogKind kind = FileDialogKind::Open;
     std::string title;
@@ -81,6 +97,14 @@ class Platform {
     }
     virtual void DrawLine(double /*x1*/, double /*y1*/, double /*x2*/, double /*y2*/,
                           OverlayColour /*colour*/) {}
+    // The layer that the drawing calls go to from now on (Analysis at first), and the removal of
+    // one layer alone; ClearOverlay clears both.
+    virtual void SetOverlayLayer(OverlayLayer /*layer*/) {}
+    virtual void ClearOverlayLayer(OverlayLayer /*layer*/) {}
+    // The two guidance labels over the visible part of the image: the first against the left or
+    // right edge, the second against the top or bottom edge; and their removal.
+    virtual void ShowGuidance(const GuidanceLabel& /*first*/, const GuidanceLabel& /*second*/) {}
+    virtual void HideGuidance() {}
     // The analysis rectangle (display pixels) and its removal.
     virtual void DrawRectangle(double /*x1*/, double /*y1*/, double /*x2*/, double /*y2*/) {}
     virtual void ClearRectangle() {}

@@ -231,6 +231,7 @@ void TratamientoDeLaImagen(Context& c) {
         c.mResumen.clear();
         PreparaNuevaImagen(c);
         c.platform.ClearOverlay();
+        c.platform.HideGuidance();
         if (c.gOrigenImagen == 2) {
             std::string ruta = ImagenMasReciente(c);
             if (ruta.empty()) {
@@ -294,6 +295,7 @@ void PreparaNuevaImagen(Context& c) {
     c.platform.SetBusy(true);
     c.timers.TimerBuzon.Enabled = false;
     c.gHaySolucion = false;
+    c.presentedRoad = SolutionRoad::None;
     c.matchedStars.clear();
     PoneLabelResultado(c, "");
     PoneTitulo(c, c.mTitulo);

@@ -12,6 +12,7 @@
 
 #include "astrometria/sky_maths.h"
 #include "automatizacion/buzon.h"
+#include "catalogo/database_check.h"
 #include "catalogo/triangle_database.h"
 #include "comun/build_info.h"
 #include "comun/clock.h"
@@ -183,6 +184,7 @@ void DespuesDeCargaParametros(Context& c) {
     if (CompruebaCarpetas(c)) {
         CompruebaFicherosBDs(c);
         AvisosBD(c, c.gBaseDatosPedida);
+        RefuseDamagedDatabaseFiles(c);
     }
     bool ok = false;
     try {
@@ -260,6 +262,7 @@ void Form_Load(Context& c, const std::string& lineaComandos,
         if (CompruebaCarpetas(c)) {
             CompruebaFicherosBDs(c);
             AvisosBD(c, c.gBaseDatosPedida);
+            RefuseDamagedDatabaseFiles(c);
         }
         c.gBasesOK = CambioBaseDatos(c, 0, c.gBaseDatosPedida);
         // A missing region index is rebuilt from est.bin once the start-up is over.

@@ -6,6 +6,7 @@
 #include "catalogo/database_choice.h"
 #include "catalogo/regions.h"
 #include "comun/clock.h"
+#include "comun/language.h"
 #include "comun/numbers.h"
 #include "core/analisis.h"
 #include "core/parametros.h"
@@ -170,7 +171,9 @@ void TimerAnalizaAmbito30x30gConRotacion_Timer(Context& c) {
     c.timers.TimerAnalizaAmbito30x30gConRotacion.Enabled = false;
     if (c.gAnalizando || c.mRepintando) return;
     c.mHayAngulo = false;
+    const int32_t zone = c.gZonaCielo;
     AnalizaAmbito30x30gConRotacion(c);
+    c.gZonaCielo = zone;
     if (c.gLadosSolucion > 8 && c.mHayAngulo) {
         AskToAcceptAngleFound(c, "Búsqueda en 30x30 g, con rotación", "Recherche en 30x30 d, avec rotation",
                               "Search in 30x30 d, with rotation");
@@ -178,6 +181,34 @@ void TimerAnalizaAmbito30x30gConRotacion_Timer(Context& c) {
     } else {
         MensajeIdioma(c, "No se ha encontrado solución.", "Pas de solution trouvée.", "No solution found.");
     }
+}
+
+bool AngleSearchMayOpen(Context& c) {
+    if (c.gSegundosPorPixelX > 0 && c.gSegundosPorPixelY > 0) return true;
+    MensajeIdioma(c, "Tamaño de pixel no válido.", "Taille de pixel non valable.", "Invalid pixel size.");
+    return false;
+}
+
+bool StartAngleSearch(Context& c, int32_t amplitud) {
+    if (amplitud != 5 && amplitud != 10 && amplitud != 15) {
+        MensajeIdioma(c, "Debe elegir una amplitud de error para la búsqueda del ángulo de la imagen.",
+                      "Vous devez choisir une amplitude d'erreur pour la recherche de l'angle de l'image.",
+                      "You must choose an error amplitude for the image angle search.");
+        return false;
+    }
+    if (!c.platform.AskYesNo(
+            Pick(c,
+                 "Esta búsqueda puede durar varios minutos. Pulse la etiqueta 'Detener' para "
+                 "cancelarla.\n¿ Empezar ?",
+                 "Cette recherche peut durer plusieurs minutes. Appuyez sur l'étiquette "
+                 "'Stop' pour l'annuler.\nCommencer ?",
+                 "This search can last several minutes. Press 'Stop' label to cancel.\nOK to "
+                 "begin ?"),
+            "Tornel", false))
+        return false;
+    c.gAmplitudAngulo = amplitud;
+    c.timers.TimerAnalizaAmbito30x30gConRotacion.Enabled = true;
+    return true;
 }
 
 }  // namespace tornel

@@ -232,35 +232,6 @@ void FormEspere::SetText(const QString& text) {
     label_->setText(text);
 }
 
-FormResultados::FormResultados(Context& c, QWidget* parent) : QDialog(parent), c_(c) {
-    setObjectName("FormResultados");
-    setWindowTitle(Q(Pick(c, "Resumen de la búsqueda", "Résumé de la recherche", "Search summary")));
-    resize(720, 520);
-    text_ = new QPlainTextEdit;
-    text_->setReadOnly(true);
-    text_->setLineWrapMode(QPlainTextEdit::NoWrap);
-    QString summary = Q(c.mResumen);
-    summary.replace("\r\n", "\n");
-    text_->setPlainText(summary);
-    auto* grabar = new QPushButton(Q(Pick(c, "Grabar log", "Enregistrer le log", "Save log")));
-    grabar->setObjectName("CommandoGrabarLog");
-    connect(grabar, &QPushButton::clicked, this, [this] {
-        if (CommandoGrabarLog_Click(c_, c_.mResumen))
-            MensajeIdioma(c_, "Resumen grabado en " + c_.gCarpetaMensajes,
-                          "Résumé enregistré dans " + c_.gCarpetaMensajes,
-                          "Summary saved in " + c_.gCarpetaMensajes);
-    });
-    auto* cerrar = new QPushButton(Q(Pick(c, "Cerrar", "Fermer", "Close")));
-    connect(cerrar, &QPushButton::clicked, this, &QDialog::accept);
-    auto* buttons = new QHBoxLayout;
-    buttons->addStretch();
-    buttons->addWidget(grabar);
-    buttons->addWidget(cerrar);
-    auto* layout = new QVBoxLayout(this);
-    layout->addWidget(text_);
-    layout->addLayout(buttons);
-}
-
 FormSelCOM::FormSelCOM(Context& c, QWidget* parent) : QDialog(parent), c_(c) {
     setObjectName("FormSelCOM");
     setModal(true);

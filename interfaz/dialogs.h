@@ -78,15 +78,4 @@ class FormEspere : public QDialog {
     QLabel* label_;
 };
 
-// The search summary, with the button that saves it as a log.
-class FormResultados : public QDialog {
-    Q_OBJECT
-  public:
-    FormResultados(Context& c, QWidget* parent);
-
-  private:
-    Context& c_;
-    QPlainTextEdit* text_;
-};
-
 }  // namespace tornel

@@ -39,7 +39,9 @@
 #include "interfaz/form_parametros.h"
 #include "interfaz/menu_texts.h"
 #include "interfaz/qt_platform.h"
+#include "resultados/results_report.h"
 #include "resultados/resumen.h"
+#include "resultados/solution_drawing.h"
 #include "resultados/solution_presentation.h"
 #include "resultados/status_files.h"
 #include "telescopio/telescopio.h"
@@ -100,6 +102,7 @@ void FormPrincipal::BuildControls() {
     portillo_->setWidget(view_);
     portillo_->setBackgroundRole(QPalette::Dark);
     portillo_->setAlignment(Qt::AlignCenter);
+    guidance_ = new GuidanceView(portillo_, view_);
     left->addWidget(portillo_, 1);
     labelResultado_ = new ClickableLabel;
     labelResultado_->setObjectName("LabelResultado");
@@ -142,7 +145,7 @@ void FormPrincipal::BuildControls() {
     buttons->addWidget(button("CommandoFichero", [this] { DialogoFicheros(); }), 1, 0);
     buttons->addWidget(button("CommandoConfiguracion", [this] { mParametros_Click(); }), 1, 1);
     buttons->addWidget(button("CommandoVerBD", [this] { CommandoVerBD_Click(); }), 2, 0);
-    buttons->addWidget(button("CommandoResultados", [this] { mResultados_Click(); }), 2, 1);
+    buttons->addWidget(button("CommandoResultados", [this] { CommandoResultados_Click(c_); }), 2, 1);
     buttons->addWidget(button("CommandoSincroniza", [this] { mSincroniza_Click(); }), 3, 0);
     buttons->addWidget(button("CommandoScrollCero", [this] { CommandoScrollCero_Click(); }), 3, 1);
     col->addLayout(buttons);
@@ -313,6 +316,8 @@ void FormPrincipal::RepintaImagen() {
         ApplyEnableRules();
     }
     ShowLevels();
+    // The overlay of a solution follows the Show flags, the zoom and the levels.
+    PresentaSolucion(c_);
 }
 
 void FormPrincipal::InicializaScrolls() {
@@ -428,6 +433,8 @@ void FormPrincipal::AbreImagen(const std::string& path) {
     c_.mResumen.clear();
     summary_->clear();
     view_->BorraOverlay();
+    guidance_->Hide();
+    c_.presentedRoad = SolutionRoad::None;
     const std::string kind = Trim(c_.gTipoImagen);
     CargaImagen(c_);
     CalculaBrilloDeFondoYumbral(c_);

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "comun/context.h"
+#include "interfaz/guidance_view.h"
 #include "interfaz/image_view.h"
 #include "interfaz/timer_driver.h"
 
@@ -60,6 +61,7 @@ class FormPrincipal : public QMainWindow {
     QAction* Action(const std::string& name) const;
     QMenu* Menu(const std::string& name) const;
     ImageView& View() { return *view_; }
+    GuidanceView& Guidance() { return *guidance_; }
     TimerDriver& Timers() { return timers_; }
 
     // Captions of the menus and of the controls in the language in force.
@@ -128,7 +130,13 @@ class FormPrincipal : public QMainWindow {
     void SetCoordinateOrigin(int16_t origin);
     void SetWindowType(int32_t type);
     void StartZoneSearch(int32_t zone);
+    // The calibration entries (form_principal_calibration.cpp).
     void StoreCalibrationStar(int star);
+    void OpenStarCalibration(bool tres);
+    void mCalibrarPixelYangulo_Click();
+    void mExtraer2_Click();
+    void mCalibrar2estrellas_Click();
+    void mCalibrar3estrellas_Click();
     QPointF ViewToImage(QPointF at) const;
     void ShowText(const QString& title, const QString& text);
 
@@ -214,6 +222,7 @@ class FormPrincipal : public QMainWindow {
     QMenu* popup_ = nullptr;
     ImageView* view_ = nullptr;
     QScrollArea* portillo_ = nullptr;
+    GuidanceView* guidance_ = nullptr;
     ClickableLabel* labelResultado_ = nullptr;
     QPlainTextEdit* summary_ = nullptr;
     QScrollBar* hScrollNegro_ = nullptr;

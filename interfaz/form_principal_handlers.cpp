@@ -38,10 +38,12 @@
 #include "imagen/imagen.h"
 #include "interfaz/dialogs.h"
 #include "interfaz/form_parametros.h"
+#include "interfaz/form_resultados.h"
 #include "interfaz/menu_texts.h"
 #include "interfaz/qt_platform.h"
 #include "interfaz/qt_text.h"
 #include "resultados/resumen.h"
+#include "resultados/solution_drawing.h"
 #include "resultados/solution_presentation.h"
 #include "resultados/status_files.h"
 #include "telescopio/telescopio.h"
@@ -264,6 +266,7 @@ void FormPrincipal::mVerDestino_Click() {
 void FormPrincipal::mVerGuiado_Click() {
     c_.gAvisosGuiado = !c_.gAvisosGuiado;
     ActualizaMenusSegunMostrar();
+    PresentaSolucion(c_);
 }
 
 void FormPrincipal::ShowText(const QString& title, const QString& text) {
@@ -378,11 +381,6 @@ void FormPrincipal::mInclinacion_Click() {
     SaveChangedParameters(c_);
 }
 
-void FormPrincipal::mBuscaOrientacionCamara_Click() {
-    c_.timers.TimerAnalizaAmbito30x30gConRotacion.Enabled = true;
-    timers_.Sync();
-}
-
 void FormPrincipal::mRecentradoSolo_Click() {
     c_.mSoloRecentrado = !c_.mSoloRecentrado;
     Check("mRecentradoSolo", c_.mSoloRecentrado);
@@ -464,16 +462,6 @@ void FormPrincipal::mAyuda_Click() {
 void FormPrincipal::mExtraer_Click() {
     c_.timers.TimerExtraer.Enabled = true;
     timers_.Sync();
-}
-
-void FormPrincipal::StoreCalibrationStar(int star) {
-    double& x = star == 1 ? c_.mCalibracionX1 : star == 2 ? c_.mCalibracionX2 : c_.mCalibracionX3;
-    double& y = star == 1 ? c_.mCalibracionY1 : star == 2 ? c_.mCalibracionY2 : c_.mCalibracionY3;
-    x = popupAt_.x();
-    y = popupAt_.y();
-    view_->DibujaCirculo(popupAt_.x(), c_.gPixelesY - popupAt_.y(), 10, Qt::red, 2);
-    view_->DibujaTexto(popupAt_.x() + 12, c_.gPixelesY - popupAt_.y(), QString(QChar('A' + star - 1)),
-                       Qt::red);
 }
 
 void FormPrincipal::mEstrellaA_Click() {

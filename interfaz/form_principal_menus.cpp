@@ -188,7 +188,7 @@ void FormPrincipal::BuildMenus() {
     varios->addSeparator();
     AddEntry(varios, "mResultados", &F::mResultados_Click);
     varios->addSeparator();
-    AddEntry(varios, "mCalibrarPixelYangulo");
+    AddEntry(varios, "mCalibrarPixelYangulo", &F::mCalibrarPixelYangulo_Click);
     AddEntry(varios, "mInclinacion", &F::mInclinacion_Click);
     AddEntry(varios, "mBuscaOrientacionCamara", &F::mBuscaOrientacionCamara_Click);
     varios->addSeparator();
@@ -230,17 +230,17 @@ void FormPrincipal::BuildMenus() {
     AddEntry(popup_, "mAnalizarFuera", &F::mFueraDelRectangulo_Click, true);
     popup_->addSeparator();
     AddTitle(popup_, "mCalibrarPasos2");
-    AddEntry(popup_, "mExtraer2", &F::mExtraer_Click);
+    AddEntry(popup_, "mExtraer2", &F::mExtraer2_Click);
     AddEntry(popup_, "mEstrellaA2", &F::mEstrellaA_Click);
     AddEntry(popup_, "mEstrellaB2", &F::mEstrellaB_Click);
-    AddEntry(popup_, "mCalibrar2estrellas");
+    AddEntry(popup_, "mCalibrar2estrellas", &F::mCalibrar2estrellas_Click);
     popup_->addSeparator();
     AddTitle(popup_, "mCalibrarPasos3");
     AddEntry(popup_, "mExtraer3", &F::mExtraer_Click);
     AddEntry(popup_, "mEstrellaA3", &F::mEstrellaA_Click);
     AddEntry(popup_, "mEstrellaB3", &F::mEstrellaB_Click);
     AddEntry(popup_, "mEstrellaC3", &F::mEstrellaC_Click);
-    AddEntry(popup_, "mCalibrar3estrellas");
+    AddEntry(popup_, "mCalibrar3estrellas", &F::mCalibrar3estrellas_Click);
     popup_->addSeparator();
     AddEntry(popup_, "mCalibrarInclinacion", &F::mInclinacion_Click);
 }
@@ -384,11 +384,12 @@ void FormPrincipal::ApplyEnableRules() {
     for (const char* name :
          {"mDentroDelRectangulo", "mFueraDelRectangulo", "mAnalizarDentro", "mAnalizarFuera"})
         Enable(name, hasRectangle_);
-    // Their windows (star calibration, telescope choice) are not part of the program yet.
-    for (const char* name : {"mCalibrarPixelYangulo", "mCalibrar2estrellas", "mCalibrar3estrellas",
-                             "mSelTelescopioCOM", "mSelTelescopioASCOM"})
+    // Their windows (telescope choice) are not part of the program yet.
+    for (const char* name : {"mSelTelescopioCOM", "mSelTelescopioASCOM"})
         Enable(name, false);
     const bool image = c_.gImagenEnPantalla;
+    for (const char* name : {"mCalibrar2estrellas", "mCalibrar3estrellas"})
+        Enable(name, image && !waiting);
     for (const char* name : {"mExtraer2", "mExtraer3", "mEstrellaA2", "mEstrellaB2", "mEstrellaA3",
                              "mEstrellaB3", "mEstrellaC3", "CommandoVisuAuto"})
         Enable(name, image);

@@ -93,27 +93,55 @@ void ImageView::Resize() {
 }
 
 void ImageView::DibujaLinea(double x1, double y1, double x2, double y2, QColor colour) {
-    overlay_.push_back({Item::Kind::Line, {x1, y1}, {x2, y2}, 0, 1, {}, colour});
-    update();
+    Add({Item::Kind::Line, {x1, y1}, {x2, y2}, 0, 1, {}, colour});
 }
 
 void ImageView::DibujaCirculo(double x, double y, double radius, QColor colour, int lineWidth) {
-    overlay_.push_back({Item::Kind::Circle, {x, y}, {}, radius, lineWidth, {}, colour});
-    update();
+    Add({Item::Kind::Circle, {x, y}, {}, radius, lineWidth, {}, colour});
 }
 
 void ImageView::DibujaTexto(double x, double y, const QString& text, QColor colour) {
-    overlay_.push_back({Item::Kind::Text, {x, y}, {}, 0, 1, text, colour});
-    update();
+    Add({Item::Kind::Text, {x, y}, {}, 0, 1, text, colour});
 }
 
 void ImageView::DibujaPunto(double x, double y, QColor colour) {
-    overlay_.push_back({Item::Kind::Point, {x, y}, {}, 0, 1, {}, colour});
+    Add({Item::Kind::Point, {x, y}, {}, 0, 1, {}, colour});
+}
+
+void ImageView::Add(Item item) {
+    item.layer = layer_;
+    overlay_.push_back(std::move(item));
+    update();
+}
+
+void ImageView::BorraCapa(OverlayLayer layer) {
+    std::erase_if(overlay_, [layer](const Item& item) { return item.layer == layer; });
+    update();
+}
+
+size_t ImageView::OverlaySize(OverlayLayer layer) const {
+    return static_cast<size_t>(std::count_if(overlay_.begin(), overlay_.end(),
+                                             [layer](const Item& item) { return item.layer == layer; }));
+}
+
+QStringList ImageView::OverlayTexts(OverlayLayer layer) const {
+    QStringList texts;
+    for (const Item& item : overlay_)
+        if (item.layer == layer && item.kind == Item::Kind::Text) texts << item.text;
+    return texts;
+}
+
+void ImageView::MarcaEstrella(const QString& letter, double x, double y, QColor colour) {
+    std::erase_if(marks_, [&](const auto& m) { return m.first == letter; });
+    marks_.push_back({letter, {Item::Kind::Line, {x - 10, y}, {x + 10, y}, 0, 2, {}, colour}});
+    marks_.push_back({letter, {Item::Kind::Line, {x, y - 10}, {x, y + 10}, 0, 2, {}, colour}});
+    marks_.push_back({letter, {Item::Kind::Text, {x + 12, y - 12}, {}, 0, 1, letter, colour}});
     update();
 }
 
 void ImageView::BorraOverlay() {
     overlay_.clear();
+    marks_.clear();
     update();
 }
 
@@ -142,7 +170,14 @@ void ImageView::paintEvent(QPaintEvent*) {
     p.drawImage(rect(), picture_);
     const double f = reduction_;
     p.setRenderHint(QPainter::Antialiasing);
-    for (const Item& item : overlay_) {
+    // The calibration marks go last, over the drawing; the overlay is copied only while there are some.
+    std::vector<Item> withMarks;
+    if (!marks_.empty()) {
+        withMarks = overlay_;
+        for (const auto& mark : marks_)
+            withMarks.push_back(mark.second);
+    }
+    for (const Item& item : marks_.empty() ? overlay_ : withMarks) {
         // Circles and texts keep their screen size; positions follow the reduction.
         QPen pen(item.colour, item.width);
         p.setPen(pen);
@@ -155,6 +190,10 @@ void ImageView::paintEvent(QPaintEvent*) {
                 p.drawEllipse(item.a / f, item.radius, item.radius);
                 break;
             case Item::Kind::Text:
+                // A dark shadow keeps a name readable over a bright star or a nebula.
+                p.setPen(QPen(QColor(0, 0, 0, 200), 1));
+                p.drawText(item.a / f + QPointF(1, 1), item.text);
+                p.setPen(pen);
                 p.drawText(item.a / f, item.text);
                 break;
             case Item::Kind::Point:

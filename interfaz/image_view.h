@@ -5,11 +5,13 @@
 // moves nothing.
 #include <QImage>
 #include <QString>
+#include <QStringList>
 #include <QWidget>
 #include <functional>
 #include <vector>
 
 #include "comun/context.h"
+#include "comun/platform.h"
 
 namespace tornel {
 
@@ -38,6 +40,15 @@ class ImageView : public QWidget {
     void DibujaPunto(double x, double y, QColor colour);
     void BorraOverlay();
     size_t OverlaySize() const { return overlay_.size(); }
+    // The layer that new items join, the removal of one layer, and the count of its items.
+    void SetLayer(OverlayLayer layer) { layer_ = layer; }
+    void BorraCapa(OverlayLayer layer);
+    size_t OverlaySize(OverlayLayer layer) const;
+    QStringList OverlayTexts(OverlayLayer layer) const;
+    // The mark of a calibration star: a cross 10 pixels each side and its letter, which takes the
+    // place of the letter's mark before. Cleared with the overlay.
+    void MarcaEstrella(const QString& letter, double x, double y, QColor colour);
+    size_t MarkCount() const { return marks_.size(); }
 
     // The analysis rectangle in image pixels; the rubber band while dragging.
     void DibujaRectangulo(QRectF rectangle);
@@ -62,12 +73,16 @@ class ImageView : public QWidget {
         int width = 1;
         QString text;
         QColor colour;
+        OverlayLayer layer = OverlayLayer::Analysis;
     };
+    void Add(Item item);
     QPointF ToImage(QPointF widgetPoint) const;
     void Resize();
     QImage picture_;
     int reduction_ = 1;
     std::vector<Item> overlay_;
+    OverlayLayer layer_ = OverlayLayer::Analysis;
+    std::vector<std::pair<QString, Item>> marks_;
     bool hasRectangle_ = false;
     QRectF rectangle_;
 };

@@ -2,17 +2,24 @@
 #include "interfaz/qt_text.h"
 
 #include <QApplication>
+#include <QDialog>
+#include <QDialogButtonBox>
 #include <QFileDialog>
 #include <QInputDialog>
 #include <QMessageBox>
+#include <QPlainTextEdit>
 #include <QRegularExpression>
 #include <QStringList>
+#include <QVBoxLayout>
 
 #include "interfaz/form_principal.h"
 
 namespace tornel {
 
 namespace {
+
+// Lines beyond which a message box would not fit on the screen.
+constexpr qsizetype kLongestBox = 30;
 
 QColor ColourOf(OverlayColour colour) {
     switch (colour) {
@@ -51,7 +58,24 @@ QString QtFilter(const std::string& filter) {
 }
 
 void QtPlatform::MessageBox(const std::string& text) {
-    QMessageBox::information(window_, "Tornel", Q(text));
+    const QString shown = Q(text).replace("\r\n", "\n");
+    if (shown.count('\n') < kLongestBox) {
+        QMessageBox::information(window_, "Tornel", shown);
+        return;
+    }
+    // A long text (the search summary) scrolls, so that the box fits on the screen.
+    QDialog box(window_);
+    box.setWindowTitle("Tornel");
+    box.resize(720, 520);
+    auto* edit = new QPlainTextEdit(shown);
+    edit->setReadOnly(true);
+    edit->setLineWrapMode(QPlainTextEdit::NoWrap);
+    auto* ok = new QDialogButtonBox(QDialogButtonBox::Ok);
+    QObject::connect(ok, &QDialogButtonBox::accepted, &box, &QDialog::accept);
+    auto* layout = new QVBoxLayout(&box);
+    layout->addWidget(edit);
+    layout->addWidget(ok);
+    box.exec();
 }
 
 bool QtPlatform::AskYesNo(const std::string& text, const std::string& title, bool safeDefault) {
@@ -211,6 +235,22 @@ void QtPlatform::DrawLine(double x1, double y1, double x2, double y2, OverlayCol
     if (!window_) return;
     const double f = window_->View().Reduction();
     window_->View().DibujaLinea(x1 * f, y1 * f, x2 * f, y2 * f, ColourOf(colour));
+}
+
+void QtPlatform::SetOverlayLayer(OverlayLayer layer) {
+    if (window_) window_->View().SetLayer(layer);
+}
+
+void QtPlatform::ClearOverlayLayer(OverlayLayer layer) {
+    if (window_) window_->View().BorraCapa(layer);
+}
+
+void QtPlatform::ShowGuidance(const GuidanceLabel& first, const GuidanceLabel& second) {
+    if (window_) window_->Guidance().Show(first, second);
+}
+
+void QtPlatform::HideGuidance() {
+    if (window_) window_->Guidance().Hide();
 }
 
 void QtPlatform::DrawRectangle(double x1, double y1, double x2, double y2) {

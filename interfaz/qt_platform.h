@@ -47,6 +47,10 @@ class QtPlatform : public Platform {
     void DrawCircle(double x, double y, double radius, OverlayColour colour, int lineWidth) override;
     void DrawText(double x, double y, const std::string& text, OverlayColour colour) override;
     void DrawLine(double x1, double y1, double x2, double y2, OverlayColour colour) override;
+    void SetOverlayLayer(OverlayLayer layer) override;
+    void ClearOverlayLayer(OverlayLayer layer) override;
+    void ShowGuidance(const GuidanceLabel& first, const GuidanceLabel& second) override;
+    void HideGuidance() override;
     void DrawRectangle(double x1, double y1, double x2, double y2) override;
     void ClearRectangle() override;
     void ImageChanged() override;

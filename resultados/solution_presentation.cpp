@@ -10,6 +10,7 @@
 #include "comun/language.h"
 #include "comun/numbers.h"
 #include "resultados/resumen.h"
+#include "resultados/solution_drawing.h"
 
 namespace tornel {
 
@@ -78,29 +79,6 @@ void EscribeIDsEstrellas(Context& c, int32_t indice) {
         mark(s);
 }
 
-void DibujaBrujula(Context& c) {
-    if (c.mFinAnalisis) return;
-    WithTrap(c, "DibujaBrujula", [&] {
-        const double cx = c.gAnchoImagen / 2, cy = c.gAltoImagen / 2;
-        CoordenadasImagenAesfericas(c, cx, cy);
-        const double ra = c.mRAconvertida, dec = c.mDECconvertida;
-        // Arrows a sixth of the image height long.
-        const double length = c.gAltoImagen * c.gGradosPorPixel / 6;
-        double nx = 0, ny = 0, ex = 0, ey = 0;
-        CoordenadasCatalogoAimagen(c, ra, std::min(dec + length, 90.0), nx, ny);
-        CoordenadasCatalogoAimagen(c, ra + length / std::cos(dec * c.gGradosARadianes), dec, ex, ey);
-        if (c.mFinAnalisis) return;
-        double x0 = 0, y0 = 0, x1 = 0, y1 = 0, x2 = 0, y2 = 0;
-        ToDisplay(c, cx, cy, x0, y0);
-        ToDisplay(c, nx, ny, x1, y1);
-        ToDisplay(c, ex, ey, x2, y2);
-        c.platform.DrawLine(x0, y0, x1, y1, OverlayColour::Yellow);
-        c.platform.DrawLine(x0, y0, x2, y2, OverlayColour::Yellow);
-        c.platform.DrawText(x1, y1, "N", OverlayColour::Yellow);
-        c.platform.DrawText(x2, y2, "E", OverlayColour::Yellow);
-    });
-}
-
 void AvisoSolucionNoSegura(Context& c) {
     const std::string text = Pick(c, "SOLUCION NO VALIDA", "SOLUTION NON VALABLE", "INVALID SOLUTION");
     const double f = c.gFactorReduccion;
@@ -165,9 +143,9 @@ void Dist_PresentaSolucion(Context& c, int32_t indice, int32_t lados) {
         return;
     }
     ShowCentre(c, lados);
-    EscribeIDsEstrellas(c, indice);
-    DibujaBrujula(c);
-    if (!c.gSolucionSegura) AvisoSolucionNoSegura(c);
+    c.presentedRoad = SolutionRoad::Distances;
+    c.mIndiceSolucion = indice;
+    DibujaSolucion(c, true);
 }
 
 void Tri_EscribeIDsEstrellas(Context& c) {
@@ -192,16 +170,15 @@ void Tri_PresentaSolucion(Context& c) {
         return;
     }
     ShowCentre(c, c.gLadosSolucion);
-    Tri_EscribeIDsEstrellas(c);
-    DibujaBrujula(c);
-    if (!c.gSolucionSegura) AvisoSolucionNoSegura(c);
+    c.presentedRoad = SolutionRoad::Triangles;
+    DibujaSolucion(c, true);
 }
 
 void PresentaSolucionPatrones(Context& c) {
     if (c.mFinAnalisis) return;
     ShowCentre(c, c.gLadosSolucion);
-    DibujaBrujula(c);
-    if (!c.gSolucionSegura) AvisoSolucionNoSegura(c);
+    c.presentedRoad = SolutionRoad::Patterns;
+    DibujaSolucion(c, true);
 }
 
 }  // namespace tornel

@@ -1,6 +1,6 @@
 #pragma once
-// What the user sees of a solution: the centre in words and numbers, the identified stars and the
-// compass on the image, and a warning across an unsafe one.
+// What the user sees of a solution: the centre in words and numbers, then its drawing
+// (resultados/solution_drawing.h), and a warning across an unsafe one.
 #include <cstdint>
 #include <string>
 
@@ -44,8 +44,6 @@ void PresentaSolucionPatrones(Context& c);
 void Tri_EscribeIDsEstrellas(Context& c);
 // The catalogue identifier beside each identified star of solution `indice`, on the overlay.
 void EscribeIDsEstrellas(Context& c, int32_t indice);
-// North and east arrows at the image centre, from the plate Cij.
-void DibujaBrujula(Context& c);
 // "INVALID SOLUTION" across the image.
 void AvisoSolucionNoSegura(Context& c);
 

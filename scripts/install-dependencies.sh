@@ -13,6 +13,7 @@ packages=(
     qt6-base-dev qt6-qpa-plugins fonts-dejavu-core
     dbus-daemon dbus-bin libglib2.0-bin python3-dbus python3-gi
     xvfb xauth imagemagick
+    clang libclang-rt-14-dev
 )
 
 missing=()

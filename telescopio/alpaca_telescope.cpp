@@ -11,52 +11,18 @@
 
 #include <httplib.h>
 #include <atomic>
-#include <cctype>
 #include <nlohmann/json.hpp>
 #include <set>
 #include <type_traits>
 
 #include "telescopio/alpaca_module.h"
+#include "telescopio/alpaca_replies.h"
 #include "telescopio/telescope_link.h"
 
 namespace tornel {
 namespace {
 
 using Json = nlohmann::json;
-
-// ASCOM's reserved error numbers that a user may meet.
-std::string ErrorMeaning(int number) {
-    switch (number) {
-        case 0x400:
-            return "The telescope does not implement this operation.";
-        case 0x401:
-            return "The telescope refused the value as invalid.";
-        case 0x407:
-            return "The telescope is not connected.";
-        case 0x408:
-            return "The telescope is parked.";
-        case 0x409:
-            return "The telescope is slaved.";
-        case 0x40B:
-            return "The telescope cannot do this now.";
-        default:
-            return "The telescope reported error " + std::to_string(number) + ".";
-    }
-}
-
-// A key of an Alpaca answer, whatever its case.
-const Json* Key(const Json& object, const std::string& name) {
-    if (!object.is_object()) return nullptr;
-    for (auto it = object.begin(); it != object.end(); ++it) {
-        const std::string& k = it.key();
-        if (k.size() == name.size() && std::equal(k.begin(), k.end(), name.begin(), [](char a, char b) {
-                return std::tolower(static_cast<unsigned char>(a)) ==
-                       std::tolower(static_cast<unsigned char>(b));
-            }))
-            return &it.value();
-    }
-    return nullptr;
-}
 
 uint32_t ThisClientId() {
     // Chosen once per program; 0 is reserved by the protocol.
@@ -71,27 +37,12 @@ void Bound(httplib::Client& http, std::chrono::milliseconds limit) {
     http.set_write_timeout(seconds, micro);
 }
 
-// The Value of an answer, after the checks every answer needs: HTTP 200 is not success.
+// The Value of an answer, after the checks every answer needs.
 Json Checked(const httplib::Result& result, const std::string& where) {
     if (!result)
         throw LinkError("No Alpaca server answers at " + where + " (" + httplib::to_string(result.error()) +
                         ").");
-    if (result->status != 200)
-        throw LinkError("The Alpaca server answered HTTP " + std::to_string(result->status) + ": " +
-                        result->body);
-    Json body = Json::parse(result->body, nullptr, false);
-    if (body.is_discarded()) throw LinkError("The Alpaca server sent no JSON.");
-    const Json* number = Key(body, "ErrorNumber");
-    if (number && number->is_number_integer() && number->get<int>() != 0) {
-        const Json* text = Key(body, "ErrorMessage");
-        std::string message = ErrorMeaning(number->get<int>());
-        if (text && text->is_string() && !text->get<std::string>().empty())
-            message += " (" + text->get<std::string>() + ")";
-        if (number->get<int>() == 0x40B) throw NotTrackingError(message);
-        throw LinkError(message);
-    }
-    const Json* value = Key(body, "Value");
-    return value ? *value : Json();
+    return AlpacaValue(result->status, result->body);
 }
 
 class AlpacaTelescope : public TelescopeLink {
@@ -133,17 +84,9 @@ class AlpacaTelescope : public TelescopeLink {
         Checked(http_.Put(base_ + name, form), where_);
     }
 
-    bool Bool(const std::string& name) {
-        Json v = Get(name);
-        if (!v.is_boolean()) throw LinkError("The Alpaca server sent no true or false for " + name + ".");
-        return v.get<bool>();
-    }
+    bool Bool(const std::string& name) { return AlpacaBool(Get(name), name); }
 
-    double Number(const std::string& name) {
-        Json v = Get(name);
-        if (!v.is_number()) throw LinkError("The Alpaca server sent no number for " + name + ".");
-        return v.get<double>();
-    }
+    double Number(const std::string& name) { return AlpacaNumber(Get(name), name); }
 
     httplib::Client http_;
     std::string base_, where_;
@@ -201,12 +144,11 @@ std::set<std::pair<std::string, uint16_t>> Discover(uint16_t discoveryPort, cons
             const ssize_t n =
                 ::recvfrom(fd, buffer, sizeof buffer, 0, reinterpret_cast<sockaddr*>(&from), &length);
             if (n <= 0) continue;
-            Json answer = Json::parse(std::string(buffer, static_cast<size_t>(n)), nullptr, false);
-            const Json* port = Key(answer, "AlpacaPort");
-            if (!port || !port->is_number_integer()) continue;
+            const auto port = DiscoveryAnswerPort(std::string(buffer, static_cast<size_t>(n)));
+            if (!port) continue;
             char text[INET_ADDRSTRLEN];
             inet_ntop(AF_INET, &from.sin_addr, text, sizeof text);
-            servers.insert({text, static_cast<uint16_t>(port->get<int>())});
+            servers.insert({text, *port});
         } else {
             wait.Pump();
         }
@@ -225,20 +167,9 @@ void ListConfigured(uint16_t discoveryPort, const LinkWait& wait, std::vector<Te
         } catch (const LinkError&) {
             continue;
         }
-        if (!devices.is_array()) continue;
-        for (const Json& d : devices) {
-            const Json* type = Key(d, "DeviceType");
-            const Json* number = Key(d, "DeviceNumber");
-            const Json* name = Key(d, "DeviceName");
-            if (!type || !type->is_string() || !number || !number->is_number_integer()) continue;
-            std::string kind = type->get<std::string>();
-            for (char& ch : kind)
-                ch = static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
-            if (kind != "telescope") continue;
-            LinkIdentifier id{LinkKind::Alpaca, host, port, {}, number->get<int>()};
-            found.push_back(
-                {LinkIdentifierText(id), "Alpaca " + (name && name->is_string() ? name->get<std::string>()
-                                                                                : std::string("telescope"))});
+        for (const auto& [number, name] : ConfiguredTelescopes(devices)) {
+            LinkIdentifier id{LinkKind::Alpaca, host, port, {}, number};
+            found.push_back({LinkIdentifierText(id), "Alpaca " + name});
         }
     }
 }

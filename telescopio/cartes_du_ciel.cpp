@@ -89,7 +89,7 @@ bool ReplyValue(const std::string& reply, double& value) {
     if (reply.rfind("OK! ", 0) != 0) return false;
     char* end = nullptr;
     value = std::strtod(reply.c_str() + 4, &end);
-    return end != reply.c_str() + 4;
+    return end != reply.c_str() + 4 && std::isfinite(value);
 }
 
 std::string CentreText(double raHours, double decDegrees, double fovDegrees) {
@@ -129,19 +129,14 @@ bool AskChartCentre(Context& c, ChartServer& server, const char* procedure) {
     }
     c.LabelDDEciel = kNothing;
     const auto deadline = LinkWait::Clock::now() + std::chrono::milliseconds(c.planetariumWaitMs);
-    double ra = 0, dec = 0, fov = 0;
     try {
         const std::string a = server.Ask("GETRA F", deadline);
         const std::string b = a.empty() ? "" : server.Ask("GETDEC F", deadline);
         const std::string f = b.empty() ? "" : server.Ask("GETFOV F", deadline);
-        if (f.empty()) {
+        if (f.empty())
             NoAnswer(c, 1);
-        } else if (ReplyValue(a, ra) && ReplyValue(b, dec)) {
-            if (!ReplyValue(f, fov)) fov = 0;
-            c.LabelDDEciel = CentreText(ra, dec, fov);
-        } else if (a == "OK!" || b == "OK!") {
-            c.LabelDDEciel.clear();
-        }
+        else
+            c.LabelDDEciel = ChartCentreLabel(a, b, f);
     } catch (const LinkError& e) {
         NoAnswer(c, 1);
         ReportFailure(c, e.what(), procedure);
@@ -181,6 +176,29 @@ bool ThreeFields(const std::string& text, const std::string& marker, double& a, 
 
 }  // namespace
 
+std::string ChartCentreLabel(const std::string& raReply, const std::string& decReply,
+                             const std::string& fovReply) {
+    double ra = 0, dec = 0, fov = 0;
+    // A value out of its range is no centre: it would overflow the fields of the label.
+    if (ReplyValue(raReply, ra) && ReplyValue(decReply, dec) && ra >= 0 && ra <= 24 && std::fabs(dec) <= 90) {
+        if (!ReplyValue(fovReply, fov) || fov < 0 || fov > 360) fov = 0;
+        return CentreText(ra, dec, fov);
+    }
+    if (raReply == "OK!" || decReply == "OK!") return {};
+    return kNothing;
+}
+
+bool ChartCentreOfLabel(const std::string& label, double& ra, double& dec) {
+    double h = 0, m = 0, s = 0, g = 0, mi = 0, se = 0;
+    bool westOfZero = false, south = false;
+    if (!ThreeFields(label, "RA:", h, m, s, westOfZero) || !ThreeFields(label, "DEC:", g, mi, se, south))
+        return false;
+    ra = 15 * h + m / 4 + s / 240;
+    const double d = g + mi / 60 + se / 3600;
+    dec = south ? -d : d;
+    return true;
+}
+
 void FabricaMovimientoCdC(Context& c, std::string& texto) {
     const bool ofDate = c.gSincroEquinoccioActual == 1;
     const double ar = ofDate ? c.gARActual : c.gARJ2000, de = ofDate ? c.gDEActual : c.gDEJ2000;
@@ -200,15 +218,7 @@ int LeeCentroBusquedaDeCartesDuCielDDE(Context& c) {
     const bool read = AskChartCentre(c, server, " LeeCentroBusquedaDeCartesDuCielDDE");
     server.Close();
     if (!read) return 1;
-    double h = 0, m = 0, s = 0, g = 0, mi = 0, se = 0;
-    bool westOfZero = false, south = false;
-    if (!ThreeFields(c.LabelDDEciel, "RA:", h, m, s, westOfZero) ||
-        !ThreeFields(c.LabelDDEciel, "DEC:", g, mi, se, south))
-        return 1;
-    c.gCentroBusquedaRA = 15 * h + m / 4 + s / 240;
-    const double dec = g + mi / 60 + se / 3600;
-    c.gCentroBusquedaDEC = south ? -dec : dec;
-    return 0;
+    return ChartCentreOfLabel(c.LabelDDEciel, c.gCentroBusquedaRA, c.gCentroBusquedaDEC) ? 0 : 1;
 }
 
 void SincronizaCartesDuCielDDE(Context& c) {

@@ -10,23 +10,11 @@
 #include <utility>
 #include <vector>
 
+#include "telescopio/indi_stream.h"
 #include "telescopio/link_wait.h"
 #include "telescopio/tcp_stream.h"
 
 namespace tornel {
-
-struct IndiVector {
-    std::string state;                           // Idle, Ok, Busy or Alert
-    std::map<std::string, std::string> members;  // trimmed texts: "On"/"Off", numbers, texts
-    uint64_t updates = 0;                        // definitions and updates received so far
-    bool Is(const std::string& member, const std::string& value) const;
-    double Number(const std::string& member) const;  // LinkError when absent or not a number
-};
-
-struct IndiDevice {
-    std::map<std::string, IndiVector> vectors;
-    std::vector<std::string> messages;  // in order of arrival
-};
 
 class IndiClient {
   public:
@@ -57,12 +45,11 @@ class IndiClient {
     std::vector<std::string> Messages(const std::string& device) const;
 
   private:
-    struct Parser;
     void Feed(const std::string& data);
 
     LinkWait wait_;
     TcpStream stream_;
-    std::unique_ptr<Parser> parser_;
+    std::unique_ptr<IndiStream> parser_;
     std::map<std::string, IndiDevice> devices_;
 };
 

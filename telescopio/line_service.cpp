@@ -15,6 +15,7 @@
 #include "astrometria/plate_model.h"
 #include "comun/numbers.h"
 #include "resultados/resumen.h"
+#include "resultados/solution_drawing.h"
 #include "telescopio/telescopio.h"
 
 namespace tornel {
@@ -159,7 +160,11 @@ void Form_LinkExecute(Context& c, const std::string& comando, bool& cancelar) {
     CoordenadasCatalogoAimagen(c, ra, dec, x, y);
     c.destinoDDEX = x - c.gAnchoImagen / 2;
     c.destinoDDEY = y - c.gAltoImagen / 2;
+    c.destinoDDERA = ra;
+    c.destinoDDEDEC = dec;
     c.hayDestinoDDE = true;
+    // The new target is shown at once: its mark and the guidance labels.
+    PresentaSolucion(c);
 }
 
 }  // namespace tornel

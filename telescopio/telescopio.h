@@ -34,6 +34,13 @@ void AcceptTelescopeIdentifier(Context& c, const std::string& identifier);
 
 // The planetarium (Cartes du Ciel over its TCP server).
 int LeeCentroBusquedaDeCartesDuCielDDE(Context& c);
+// The centre label from the chart's replies to GETRA F, GETDEC F and GETFOV F ("OK! 5.58814"):
+// "RA:05h35m17.30s DEC:-05d23m28.0s FOV:+..."; empty when the chart answered a bare "OK!", "erroneo"
+// for any other reply or a value out of its range.
+std::string ChartCentreLabel(const std::string& raReply, const std::string& decReply,
+                             const std::string& fovReply);
+// The right ascension and declination (degrees) of a centre label; false when it holds none.
+bool ChartCentreOfLabel(const std::string& label, double& ra, double& dec);
 void SincronizaCartesDuCielDDE(Context& c);
 // The move command for the solved centre, in the equinox chosen by gSincroEquinoccioActual.
 void FabricaMovimientoCdC(Context& c, std::string& texto);

@@ -24,6 +24,9 @@ struct MatchedStar {
     double ra = 0, dec = 0;
 };
 
+// Which road gave the solution on show, so that its drawing can be made again from its own data.
+enum class SolutionRoad : uint8_t { None, Distances, Triangles, Patterns };
+
 struct ResultsState {
     // The solution of the last analysis.
     bool gHaySolucion = false;
@@ -36,6 +39,7 @@ struct ResultsState {
     double measuredScale = 0;                  // of the last solution's plate, arcsec per pixel
     Verification lastVerification;             // of the last solution announced
     std::vector<MatchedStar> matchedStars;  // the solution's image stars and the catalogue stars they matched
+    SolutionRoad presentedRoad = SolutionRoad::None;  // of the solution on show; None after a new image
 
     // The search summary (lines end in CR LF), the caption in force and the developers' hook.
     std::string mResumen;

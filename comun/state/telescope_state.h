@@ -45,6 +45,8 @@ struct TelescopeState {
     // The last target received by "POS", relative to the image centre in image pixels.
     double destinoDDEX = 0, destinoDDEY = 0;
     bool hayDestinoDDE = false;
+    // The same target as received, degrees: the guidance and the target mark use it.
+    double destinoDDERA = 0, destinoDDEDEC = 0;
 };
 
 }  // namespace tornel

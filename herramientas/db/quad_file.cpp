@@ -125,7 +125,7 @@ void Put(std::string& out, T v) {
 
 std::string BuildQuadIndex(const std::vector<NumberedStar>& stars, const QuadChoice& choice,
                            QuadReport& report, const ProgressFn& progress) {
-    if (choice.levels < 1 || choice.levels > 64 || !(choice.firstLevel > 0) ||
+    if (choice.levels < 1 || choice.levels > 64 || !(choice.firstLevel >= kQuadLeastLevel) ||
         LevelLow(choice, choice.levels - 1) * std::numbers::sqrt2 > 180)
         throw std::runtime_error("pattern index levels out of range");
     std::vector<NumberedStar> byMag = stars;

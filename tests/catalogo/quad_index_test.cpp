@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
+#include <limits>
 #include <numbers>
 #include <random>
 #include <set>
@@ -190,8 +192,35 @@ TEST_F(QuadFile, AFileThatDisagreesWithItselfIsRefusedWithItsName) {
     std::string levels = bytes;
     levels[8] = 0;  // no levels
     refused(levels, "no levels");
+    std::string fine = bytes;
+    const float tiny = 1e-30F;  // a level so fine that a circle would span billions of zones
+    std::memcpy(fine.data() + 24, &tiny, sizeof tiny);
+    refused(fine, "a level finer than any search can read");
     EXPECT_FALSE(index.Open(folder.File("missing.bin"), error));
     EXPECT_TRUE(index.Open(path, error)) << error;
+}
+
+// A star whose declination is no angle (a damaged file that still agrees with its length) is read
+// as lying in the first or last zone; the circles around it are searched as before.
+TEST_F(QuadFile, AStarOfADamagedFileIsReadWithoutOverflowingItsZone) {
+    EXPECT_EQ(StarZone(1e30F, 0.5), StarZone(3e38F, 0.5));
+    EXPECT_EQ(StarZone(-1e30F, 0.5), 0);
+    EXPECT_EQ(StarZone(std::numeric_limits<float>::quiet_NaN(), 0.5), 0);
+    EXPECT_EQ(StarZone(89.9F, 0.5), 359);
+    std::string damaged = bytes;
+    const uint32_t levels = 6;
+    const size_t starsAt = 24 + levels * 40;
+    const float wild = 1.35917e+24F;
+    for (size_t k = 0; k < 100; ++k)
+        std::memcpy(damaged.data() + starsAt + 12 * k + 4, &wild, sizeof wild);
+    folder.Write("damaged.bin", damaged);
+    QuadIndex index;
+    std::string error;
+    ASSERT_TRUE(index.Open(folder.File("damaged.bin"), error)) << error;
+    std::vector<uint32_t> near;
+    for (size_t level = 0; level < index.Levels().size(); ++level)
+        index.StarsNear(level, 0, 0, 3, near);
+    EXPECT_FALSE(near.empty());
 }
 
 }  // namespace

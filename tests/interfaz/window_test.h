@@ -177,6 +177,8 @@ class WindowTest : public QObject {
     void overlayStaysOnTheImageAtAnyZoom();
     void scriptCheckFromTheMenu();
     void telescopeSetupsAndIdentifier();
+    void solutionDrawingFollowsShowZoomAndLevels();
+    void resultsWindowAndResultButton();
 };
 
 }  // namespace tornel

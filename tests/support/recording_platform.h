@@ -4,6 +4,7 @@
 #include <chrono>
 #include <deque>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -42,9 +43,28 @@ class RecordingPlatform : public Platform, public UserAnswers {
         waitShown = true;
     }
     void HideWait() override { waitShown = false; }
-    void DrawText(double x, double y, const std::string& text, OverlayColour) override {
+    void DrawText(double x, double y, const std::string& text, OverlayColour colour) override {
         texts.push_back({x, y, text});
+        overlay.push_back({Drawn::Kind::Text, x, y, 0, 0, text, colour, layer});
     }
+    void DrawLine(double x1, double y1, double x2, double y2, OverlayColour colour) override {
+        overlay.push_back({Drawn::Kind::Line, x1, y1, x2, y2, {}, colour, layer});
+    }
+    void DrawCircle(double x, double y, double radius, OverlayColour colour, int) override {
+        overlay.push_back({Drawn::Kind::Circle, x, y, radius, 0, {}, colour, layer});
+    }
+    void DrawPoint(double x, double y, OverlayColour colour) override {
+        overlay.push_back({Drawn::Kind::Point, x, y, 0, 0, {}, colour, layer});
+    }
+    void ClearOverlay() override { overlay.clear(); }
+    void SetOverlayLayer(OverlayLayer l) override { layer = l; }
+    void ClearOverlayLayer(OverlayLayer l) override {
+        std::erase_if(overlay, [l](const Drawn& d) { return d.layer == l; });
+    }
+    void ShowGuidance(const GuidanceLabel& first, const GuidanceLabel& second) override {
+        guidance = {first, second};
+    }
+    void HideGuidance() override { guidance.reset(); }
     std::chrono::system_clock::time_point Now() override { return now ? now() : Platform::Now(); }
 
     bool HasMessage(const std::string& text) const {
@@ -64,7 +84,19 @@ class RecordingPlatform : public Platform, public UserAnswers {
         double x = 0, y = 0;
         std::string text;
     };
-    std::vector<DrawnText> texts;
+    std::vector<DrawnText> texts;  // every text drawn, cleared or not
+    // What the overlay holds now, layer by layer (for a line, x2 and y2 are its end; for a circle,
+    // x2 is the radius).
+    struct Drawn {
+        enum class Kind { Line, Circle, Text, Point } kind;
+        double x = 0, y = 0, x2 = 0, y2 = 0;
+        std::string text;
+        OverlayColour colour = OverlayColour::White;
+        OverlayLayer layer = OverlayLayer::Analysis;
+    };
+    std::vector<Drawn> overlay;
+    OverlayLayer layer = OverlayLayer::Analysis;
+    std::optional<std::pair<GuidanceLabel, GuidanceLabel>> guidance;
     bool waitShown = false;
     std::vector<std::vector<std::pair<std::string, std::string>>> listsShown;
     std::deque<std::string> listChoices;

@@ -1,6 +1,8 @@
 // The telescope procedures over Alpaca, against a fake server that answers as the protocol says.
 #include <gtest/gtest.h>
 
+#include "telescopio/alpaca_replies.h"
+#include "telescopio/link_wait.h"
 #include "telescopio/telescopio.h"
 #include "tests/support/recording_platform.h"
 #include "tests/telescopio/fake_alpaca_server.h"
@@ -84,6 +86,29 @@ TEST_F(AlpacaTelescope, DiscoveryListsTheServersTelescopes) {
     for (const auto& [identifier, description] : list)
         if (identifier == server.Identifier()) found = description == "Alpaca Fake Mount";
     EXPECT_TRUE(found);
+}
+
+// Answers read apart from HTTP: numbers out of the protocol's ranges are refused, not folded.
+TEST(AlpacaReplies, NumbersOutOfRangeAreRefusedNotWrapped) {
+    EXPECT_EQ(DiscoveryAnswerPort(R"({"AlpacaPort":11111})"), 11111);
+    EXPECT_FALSE(DiscoveryAnswerPort(R"({"AlpacaPort":76647})"));  // was read as 11111
+    EXPECT_FALSE(DiscoveryAnswerPort(R"({"AlpacaPort":0})"));
+    EXPECT_FALSE(DiscoveryAnswerPort("alpacadiscovery1"));
+    const auto devices = nlohmann::json::parse(
+        R"([{"DeviceType":"telescope","DeviceNumber":4294967296,"DeviceName":"Wrapped"},
+            {"DeviceType":"Telescope","DeviceNumber":1}])");
+    EXPECT_EQ(ConfiguredTelescopes(devices), (std::vector<std::pair<int, std::string>>{{1, "telescope"}}));
+    EXPECT_DOUBLE_EQ(AlpacaNumber(AlpacaValue(200, R"({"Value":5.5,"ErrorNumber":0})"), "ra"), 5.5);
+    try {
+        AlpacaValue(200, R"({"ErrorNumber":4294968331,"ErrorMessage":"x"})");
+        FAIL() << "an error number was taken for success";
+    } catch (const NotTrackingError&) {
+        FAIL() << "a wild error number was folded into 0x40B";
+    } catch (const LinkError& e) {
+        EXPECT_EQ(std::string(e.what()), "The telescope reported error 4294968331. (x)");
+    }
+    EXPECT_THROW(AlpacaValue(200, "{"), LinkError);
+    EXPECT_THROW(AlpacaBool(AlpacaValue(200, R"({"Value":"True"})"), "tracking"), LinkError);
 }
 
 }  // namespace

@@ -115,6 +115,8 @@ class IndiSimulator {
         Set("EQUATORIAL_EOD_COORD.RA;DEC=" + std::to_string(hours) + ";" + std::to_string(degrees));
         WaitFor([&] { return std::abs(Number("EQUATORIAL_EOD_COORD.DEC") - degrees) < 1e-4; });
         Set("ON_COORD_SET.TRACK=On");
+        // Else a client that connects now may still find the sync mode, and give that back.
+        WaitFor([&] { return Text("ON_COORD_SET.TRACK") == "On"; });
     }
     // The server stops answering while its connections stay open, as a hung machine does.
     void Freeze() const { ::kill(-pid_, SIGSTOP); }

@@ -91,6 +91,24 @@ TEST(Planetarium, APlanetariumThatFailsIsTold) {
     EXPECT_NE(p.platform.messages[0].find(" LeeCentroBusquedaDeCartesDuCielDDE"), std::string::npos);
 }
 
+// The chart's replies as they land: a value out of its range is no centre (it overflowed the label's
+// fields), a bare "OK!" is an empty chart, anything else is nothing.
+TEST(Planetarium, RepliesOutOfRangeOrMalformedGiveNoCentre) {
+    const std::string label = ChartCentreLabel("OK! 5.58814", "OK! -5.39111", "OK! 1.5");
+    EXPECT_EQ(label, "RA:05h35m17.30s DEC:-05d23m28.0s FOV:+01d30m00s");
+    double ra = 0, dec = 0;
+    ASSERT_TRUE(ChartCentreOfLabel(label, ra, dec));
+    EXPECT_NEAR(ra, 83.822, 1e-3);
+    EXPECT_NEAR(dec, -5.3911, 1e-4);
+    EXPECT_EQ(ChartCentreLabel("OK! 1e300", "OK! 5", "OK! 1"), "erroneo");
+    EXPECT_EQ(ChartCentreLabel("OK! 5", "OK! -91", "OK! 1"), "erroneo");
+    EXPECT_EQ(ChartCentreLabel("OK! nan", "OK! 5", "OK! 1"), "erroneo");
+    EXPECT_EQ(ChartCentreLabel("OK! 5", "OK! 5", "OK! 1e308"),
+              ChartCentreLabel("OK! 5", "OK! 5", "OK! 0"));  // a wild field of view is left out
+    EXPECT_EQ(ChartCentreLabel("OK!", "OK! 5", "OK! 1"), "");
+    EXPECT_FALSE(ChartCentreOfLabel("RA:", ra, dec));
+}
+
 // A client of the line service on the loopback.
 class LineClient {
   public:

@@ -1,0 +1,12 @@
+// The JPG intake through libjpeg-turbo.
+#include "fuzz/fuzz_support.h"
+#include "imagen/picture_files.h"
+
+using namespace tornel;
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    Picture picture;
+    ReadJpg(fuzz::WriteScratch("image.jpg", data, size),
+            size % 2 ? RowOrder::TopFirst : RowOrder::BottomFirst, picture);
+    return 0;
+}
