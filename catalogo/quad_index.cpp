@@ -26,6 +26,13 @@ T Load(const unsigned char* p) {
     return v;
 }
 
+std::array<uint16_t, 4> LoadCode(const unsigned char* p) {
+    std::array<uint16_t, 4> code;
+    for (size_t k = 0; k < 4; ++k)
+        code[k] = Load<uint16_t>(p + 2 * k);
+    return code;
+}
+
 void Arrange(std::vector<StoredQuad>& quads, size_t lo, size_t hi, int depth) {
     if (hi - lo < 2) return;
     const size_t mid = lo + (hi - lo) / 2, axis = static_cast<size_t>(depth % 4);
@@ -160,19 +167,11 @@ IndexStar QuadIndex::Star(uint32_t n) const {
 }
 
 std::array<uint16_t, 4> QuadIndex::TopAt(uint64_t node) const {
-    const unsigned char* p = top_ + node * kQuadCodeBytes;
-    std::array<uint16_t, 4> code;
-    for (size_t k = 0; k < 4; ++k)
-        code[k] = Load<uint16_t>(p + 2 * k);
-    return code;
+    return LoadCode(top_ + node * kQuadCodeBytes);
 }
 
 std::array<uint16_t, 4> QuadIndex::CodeAt(uint64_t n) const {
-    const unsigned char* p = codes_ + n * kQuadCodeBytes;
-    std::array<uint16_t, 4> code;
-    for (size_t k = 0; k < 4; ++k)
-        code[k] = Load<uint16_t>(p + 2 * k);
-    return code;
+    return LoadCode(codes_ + n * kQuadCodeBytes);
 }
 
 std::array<uint32_t, 4> QuadIndex::MembersAt(uint64_t n) const {

@@ -9,18 +9,12 @@
 #include <fstream>
 #include <string>
 
-#include "comun/platform.h"
+#include "comun/quiet_platform.h"
 
 namespace tornel::fuzz {
 
-class SilentPlatform : public Platform {
+class SilentPlatform : public QuietPlatform {
   public:
-    void MessageBox(const std::string&) override {}
-    bool AskYesNo(const std::string&, const std::string&, bool safeDefault) override { return safeDefault; }
-    void SetTitle(const std::string&) override {}
-    void SetResultLabel(const std::string&) override {}
-    void DoEvents() override {}
-    std::optional<std::string> ChooseFile(const FileDialogRequest&) override { return std::nullopt; }
     // Ahead of the wall clock, so that a file just written is not taken for one still being written.
     std::chrono::system_clock::time_point Now() override {
         return std::chrono::system_clock::now() + std::chrono::seconds(10);
