@@ -139,8 +139,12 @@ put("fuzz_pole", "pole179-small.bin", head_bytes + b"".join(records))
 # quads.bin of one level: eight stars, two quads, the layout of catalogo/quad_index.h.
 stars = [(83.0 + k * 0.1, -5.0 - k * 0.05, 5.0 + k * 0.2) for k in range(8)]
 quads = [((20000, 30000, 40000, 25000), (0, 1, 2, 3)), ((35000, 12000, 30000, 45000), (4, 5, 6, 7))]
-index = b"TQUADS02" + struct.pack("<IIQ", 1, len(stars), len(quads))
+index = b"TQUADS03" + struct.pack("<IIQ", 1, len(stars), len(quads))
 index += struct.pack("<ffQQQQ", 0.2, 2.0, len(quads), 0, len(stars), 0)
+# The tree's first levels breadth first: the root is the second quad (the median by the first code
+# value), the first its left child; the rest of the 8191 places are empty.
+top = [quads[1][0], quads[0][0]] + [(0, 0, 0, 0)] * 8189
+index += b"".join(struct.pack("<4H", *c) for c in top)
 index += b"".join(struct.pack("<fff", *s) for s in stars)
 index += b"".join(struct.pack("<4H", *c) for c, _ in quads)
 index += b"".join(struct.pack("<4I", *m) for _, m in quads)
