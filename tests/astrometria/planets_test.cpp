@@ -45,7 +45,7 @@ std::vector<std::vector<double>> AstropyPlaces(const std::vector<Instant>& insta
     return rows;
 }
 
-TEST(Planets, AgreeWithAstropyWithinTwoArcminutesFrom1950To2050SaturnThree) {
+TEST(Planets, AgreeWithAstropyWithinTwoArcminutesFrom1950To2050) {
     std::mt19937 random(11);
     std::uniform_int_distribution<int32_t> year(1950, 2049), month(1, 12), day(1, 28);
     std::uniform_real_distribution<double> hour(0, 24);
@@ -65,9 +65,8 @@ TEST(Planets, AgreeWithAstropyWithinTwoArcminutesFrom1950To2050SaturnThree) {
                                                             reference[k][2 * p + 1]) *
                                  60;
             worst[p] = std::max(worst[p], error);
-            // Saturn's mean elements, fixed as they are, drift to near 3 arcminutes by the 2040s.
-            EXPECT_LT(error, p == 4 ? 3 : 2) << kPlanetNames[p] << " on " << t.year << "-" << t.month << "-"
-                                             << t.day << " at " << t.hour << " h";
+            EXPECT_LT(error, 2) << kPlanetNames[p] << " on " << t.year << "-" << t.month << "-" << t.day
+                                << " at " << t.hour << " h";
         }
     }
     for (size_t p = 0; p < 7; ++p)

@@ -150,6 +150,16 @@ void CalibrationWindowTest::threeStarsPickedWithTheMouseSaveScaleAndAngle() {
     QCOMPARE(p.window->View().MarkCount(), size_t{9});
     pick(1, kBright[1][0], kBright[1][1]);  // picked again: the mark moves, none is added
     QCOMPARE(p.window->View().MarkCount(), size_t{9});
+    // While stars are being picked, the fine adjustment of the angle follows whether a solution stands.
+    p.window->PictureImagen_MouseDown(Qt::RightButton, QPointF(10, 10));
+    p.window->Menu("m2")->hide();
+    QVERIFY(!p.window->Action("mInclinacion")->isEnabled());
+    p.c.gHaySolucion = true;
+    p.window->PictureImagen_MouseDown(Qt::RightButton, QPointF(10, 10));
+    p.window->Menu("m2")->hide();
+    QVERIFY(p.window->Action("mInclinacion")->isEnabled());
+    QVERIFY(p.window->Action("mCalibrarInclinacion")->isEnabled());
+    p.c.gHaySolucion = false;
 
     FormCalibrar form(p.c, true, p.window.get());
     for (int i = 0; i < 3; ++i) {
