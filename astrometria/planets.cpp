@@ -97,18 +97,29 @@ void Perturb(Planet p, double d, double& longitude, double& latitude) {
     }
 }
 
-// Saturn's elements and terms above leave errors of up to 2 arcmin in longitude and 0.04 AU in
-// distance over 1900-2100 (the distance carries no terms at all). These series, in the same mean
-// anomalies, were fitted once by least squares to the residuals against the analytical ephemeris
-// of Simon et al. (1994) over those two centuries; what remains is under 0.3 arcmin and 0.001 AU.
+// Mars's and Saturn's elements and terms above leave errors of up to 2 arcmin in heliocentric
+// longitude, and Saturn's distance, which carries no terms at all, errs by up to 0.04 AU; near an
+// opposition of Mars that becomes 3 arcmin seen from the Earth. These series were fitted once by least
+// squares to the residuals against the analytical ephemeris of Simon et al. (1994) over 1900-2100;
+// what remains is under 0.35 arcmin and 0.001 AU.
 struct Term {
-    int j, s, u;  // multiples of the mean anomalies of Jupiter, Saturn and Uranus
+    int first, second, third;  // multiples of the series' three mean anomalies
     double sine, cosine;
 };
 struct Series {
     double constant, perCentury;
     std::array<Term, 6> terms;
 };
+// Mars, in the mean anomalies of Mars, Jupiter and the Sun (the Earth's).
+constexpr Series kMarsLongitude{0.001328,
+                                0.001596,
+                                {{{1, -1, 0, 0.005407, -0.004531},
+                                  {1, -2, 0, -0.000956, 0.006016},
+                                  {2, 0, -1, -0.001381, -0.003730},
+                                  {2, -2, 0, -0.000953, 0.004341},
+                                  {3, 0, -2, -0.000724, 0.001827},
+                                  {1, 0, -1, -0.001359, -0.001946}}}};
+// Saturn, in the mean anomalies of Jupiter, Saturn and Uranus.
 constexpr Series kSaturnLongitude{-0.008874,
                                   -0.006917,
                                   {{{2, -2, 0, -0.008322, -0.002733},
@@ -134,19 +145,35 @@ constexpr Series kSaturnDistance{0.015187,
                                    {2, -2, 0, -0.000495, 0.001323},
                                    {0, 3, -3, -0.000067, 0.000635}}}};
 
-// The residual a series describes at day d (degrees or AU); the model's value minus the ephemeris'.
-double Residual(const Series& series, double d) {
-    const double mj = 19.8950 + 0.0830853001 * d, ms = 316.9670 + 0.0334442282 * d,
-                 mu = 142.5905 + 0.011725806 * d;
+// The residual a series describes at day d for the given mean anomalies (degrees): the model's
+// value minus the ephemeris' (degrees or AU).
+double Residual(const Series& series, double d, const std::array<double, 3>& anomalies) {
     double sum = series.constant + series.perCentury * d / 36525;
     for (const Term& t : series.terms) {
-        const double argument = t.j * mj + t.s * ms + t.u * mu;
+        const double argument = t.first * anomalies[0] + t.second * anomalies[1] + t.third * anomalies[2];
         sum += t.sine * Sin(argument) + t.cosine * Cos(argument);
     }
     return sum;
 }
 
-PlanetPlace PlaceOf(Planet p, const Elements& el, const Vector& sun, double obliquity, double d) {
+// Removes the fitted residuals of Mars and Saturn from heliocentric longitude, latitude (degrees)
+// and distance (AU).
+void CorrectFitted(Planet p, double d, double& longitude, double& latitude, double& r) {
+    const double mj = 19.8950 + 0.0830853001 * d;
+    if (p == kMars) {
+        const std::array<double, 3> anomalies{18.6021 + 0.5240207766 * d, mj, 356.0470 + 0.9856002585 * d};
+        longitude -= Residual(kMarsLongitude, d, anomalies);
+    } else if (p == kSaturn) {
+        const std::array<double, 3> anomalies{mj, 316.9670 + 0.0334442282 * d, 142.5905 + 0.011725806 * d};
+        longitude -= Residual(kSaturnLongitude, d, anomalies);
+        latitude -= Residual(kSaturnLatitude, d, anomalies);
+        r -= Residual(kSaturnDistance, d, anomalies);
+    }
+}
+
+// Where the planet is at day d, from the Sun, ecliptic of date (AU).
+Vector Heliocentric(Planet p, double d) {
+    const Elements el = ElementsOn(d)[p];
     const double N = Normalised(el.N), i = Normalised(el.i), w = Normalised(el.w), M = Normalised(el.M);
     const double E = EccentricAnomaly(M, el.e);
     const double x = el.a * (Cos(E) - el.e), y = el.a * std::sqrt(1 - el.e * el.e) * Sin(E);
@@ -157,13 +184,14 @@ PlanetPlace PlaceOf(Planet p, const Elements& el, const Vector& sun, double obli
     const double zh = r * Sin(u) * Sin(i);
     double longitude = Atan2(yh, xh), latitude = Atan2(zh, std::hypot(xh, yh));
     Perturb(p, d, longitude, latitude);
-    if (p == kSaturn) {
-        longitude -= Residual(kSaturnLongitude, d);
-        latitude -= Residual(kSaturnLatitude, d);
-        r -= Residual(kSaturnDistance, d);
-    }
-    const Vector g{r * Cos(longitude) * Cos(latitude) + sun.x, r * Sin(longitude) * Cos(latitude) + sun.y,
-                   r * Sin(latitude) + sun.z};
+    CorrectFitted(p, d, longitude, latitude, r);
+    return {r * Cos(longitude) * Cos(latitude), r * Sin(longitude) * Cos(latitude), r * Sin(latitude)};
+}
+
+// The planet as seen from the Earth's centre at day d, on the equator of date.
+PlanetPlace PlaceOf(Planet p, const Vector& sun, double obliquity, double d) {
+    const Vector h = Heliocentric(p, d);
+    const Vector g{h.x + sun.x, h.y + sun.y, h.z + sun.z};
     const double ye = g.y * Cos(obliquity) - g.z * Sin(obliquity);
     const double ze = g.y * Sin(obliquity) + g.z * Cos(obliquity);
     return {Normalised(Atan2(ye, g.x)), Atan2(ze, std::hypot(g.x, ye))};
@@ -176,12 +204,11 @@ int32_t PlanetDayNumber(int32_t year, int32_t month, int32_t day) {
 }
 
 std::array<PlanetPlace, 7> PlanetPlacesOnDay(double d) {
-    const std::array<Elements, 7> elements = ElementsOn(d);
     const Vector sun = Sun(d);
     const double obliquity = 23.4393 - 3.563e-7 * d;
     std::array<PlanetPlace, 7> places;
     for (size_t k = 0; k < places.size(); ++k)
-        places[k] = PlaceOf(static_cast<Planet>(k), elements[k], sun, obliquity, d);
+        places[k] = PlaceOf(static_cast<Planet>(k), sun, obliquity, d);
     return places;
 }
 
