@@ -159,6 +159,7 @@ void QuadIndex::Close() {
     starCount_ = 0;
     quadCount_ = 0;
     levels_.clear();
+    zones_.clear();
 }
 
 IndexStar QuadIndex::Star(uint32_t n) const {
@@ -195,6 +196,16 @@ void QuadIndex::TryNode(uint64_t n, const std::array<uint16_t, 4>& code, const s
     }
 }
 
+void QuadIndex::Prefetch(uint64_t lo, uint64_t hi, uint64_t node) const {
+    if (lo >= hi || node < kQuadTopNodes) return;
+    if (hi - lo <= kScanBelow) {
+        __builtin_prefetch(codes_ + lo * kQuadCodeBytes);
+        __builtin_prefetch(codes_ + (hi - 1) * kQuadCodeBytes);
+    } else {
+        __builtin_prefetch(codes_ + (lo + (hi - lo) / 2) * kQuadCodeBytes);
+    }
+}
+
 void QuadIndex::Search(uint64_t lo, uint64_t hi, int depth, uint64_t node, const std::array<double, 4>& q,
                        double tol2, double tolerance, std::vector<QuadHit>& hits, size_t limit) const {
     while (lo < hi && hits.size() < limit) {
@@ -206,6 +217,13 @@ void QuadIndex::Search(uint64_t lo, uint64_t hi, int depth, uint64_t node, const
             return;
         }
         const uint64_t mid = lo + (hi - lo) / 2;
+        // The four grandchildren's codes are asked for now, so that whichever the walk reaches two
+        // steps on is on its way from memory meanwhile: the tree is far larger than the caches.
+        const uint64_t left = lo + (mid - lo) / 2, right = mid + 1 + (hi - mid - 1) / 2;
+        Prefetch(lo, left, 4 * node + 3);
+        Prefetch(left + 1, mid, 4 * node + 4);
+        Prefetch(mid + 1, right, 4 * node + 5);
+        Prefetch(right + 1, hi, 4 * node + 6);
         const std::array<uint16_t, 4> code = node < kQuadTopNodes ? TopAt(node) : CodeAt(mid);
         TryNode(mid, code, q, tol2, hits);
         const size_t axis = static_cast<size_t>(depth % 4);
@@ -248,23 +266,14 @@ void QuadIndex::StarsNear(size_t level, double ra, double dec, double radius, st
     }
     for (size_t l = level; l < levels_.size() && l - level < groups; ++l) {
         const QuadLevel& g = levels_[l];
-        auto key = [&](uint64_t k) {
-            const IndexStar s = Star(static_cast<uint32_t>(g.firstStar + k));
-            return std::make_pair(StarZone(s.dec, g.low), s.ra);
-        };
         auto scan = [&](int32_t zone, double from, double to) {
-            uint64_t lo = 0, hi = g.stars;
-            while (lo < hi) {
-                const uint64_t mid = lo + (hi - lo) / 2;
-                if (key(mid) < std::make_pair(zone, static_cast<float>(from)))
-                    lo = mid + 1;
-                else
-                    hi = mid;
-            }
-            for (uint64_t k = lo; k < g.stars; ++k) {
+            const ZoneDirectory& z = Zone(l, zone);
+            const double band = std::clamp(std::floor(from / 360 * kRaBands), 0.0, kRaBands - 1.0);
+            for (uint64_t k = z.begin + z.bands[static_cast<size_t>(band)]; k < z.end; ++k) {
                 const auto n = static_cast<uint32_t>(g.firstStar + k);
                 const IndexStar s = Star(n);
-                if (StarZone(s.dec, g.low) != zone || s.ra > to) break;
+                if (s.ra < from) continue;
+                if (s.ra > to) break;
                 if (!exact && halfWidth < 180) {
                     out.push_back(n);
                     continue;
@@ -290,6 +299,39 @@ void QuadIndex::StarsNear(size_t level, double ra, double dec, double radius, st
             }
         }
     }
+}
+
+const QuadIndex::ZoneDirectory& QuadIndex::Zone(size_t level, int32_t zone) const {
+    const uint64_t key = (uint64_t{level} << 32) | static_cast<uint32_t>(zone);
+    auto [at, made] = zones_.try_emplace(key);
+    ZoneDirectory& z = at->second;
+    if (!made) return z;
+    const QuadLevel& g = levels_[level];
+    auto zoneOf = [&](uint64_t k) {
+        return StarZone(Star(static_cast<uint32_t>(g.firstStar + k)).dec, g.low);
+    };
+    // The level's stars are in order of zone, then right ascension.
+    auto firstFrom = [&](int32_t wanted) {
+        uint64_t lo = 0, hi = g.stars;
+        while (lo < hi) {
+            const uint64_t mid = lo + (hi - lo) / 2;
+            if (zoneOf(mid) < wanted)
+                lo = mid + 1;
+            else
+                hi = mid;
+        }
+        return lo;
+    };
+    z.begin = firstFrom(zone);
+    z.end = std::max(z.begin, firstFrom(zone + 1));
+    uint64_t k = z.begin;
+    for (size_t b = 0; b <= kRaBands; ++b) {
+        const double edge = 360.0 * static_cast<double>(b) / kRaBands;
+        while (k < z.end && Star(static_cast<uint32_t>(g.firstStar + k)).ra < edge)
+            ++k;
+        z.bands[b] = static_cast<uint32_t>(k - z.begin);
+    }
+    return z;
 }
 
 }  // namespace tornel

@@ -27,6 +27,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "catalogo/quad_code.h"
@@ -121,6 +122,8 @@ class QuadIndex {
     // Appends quad `n` to the hits when its code lies within the tolerance.
     void TryNode(uint64_t n, const std::array<uint16_t, 4>& code, const std::array<double, 4>& q, double tol2,
                  std::vector<QuadHit>& hits) const;
+    // Asks the memory for the code that the walk reads first in the subtree lo..hi of `node`.
+    void Prefetch(uint64_t lo, uint64_t hi, uint64_t node) const;
     // The walk below the node `node` (breadth-first number) that stands for the range [lo, hi).
     void Search(uint64_t lo, uint64_t hi, int depth, uint64_t node, const std::array<double, 4>& q,
                 double tol2, double tolerance, std::vector<QuadHit>& hits, size_t limit) const;
@@ -135,6 +138,17 @@ class QuadIndex {
     const unsigned char* stars_ = nullptr;
     const unsigned char* codes_ = nullptr;
     const unsigned char* members_ = nullptr;
+
+    // Where a zone of a level lies in the star table, and where each band of right ascension starts
+    // in it: made the first time the zone is read, so that a search for nearby stars starts at once
+    // where it should instead of halving the level's table again every time.
+    static constexpr size_t kRaBands = 64;
+    struct ZoneDirectory {
+        uint64_t begin = 0, end = 0;
+        std::array<uint32_t, kRaBands + 1> bands{};
+    };
+    const ZoneDirectory& Zone(size_t level, int32_t zone) const;
+    mutable std::unordered_map<uint64_t, ZoneDirectory> zones_;
 };
 
 }  // namespace tornel
