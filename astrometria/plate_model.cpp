@@ -95,25 +95,44 @@ Matrix3 InverseTranspose(const Matrix3& m) {
     return cof;
 }
 
+double Frobenius(const Matrix3& m) {
+    double sum = 0;
+    for (const auto& row : m)
+        for (double v : row)
+            sum += v * v;
+    return std::sqrt(sum);
+}
+
 // The rotation (with a mirror when the stars ask for one) that best carries the image vectors, at focal
-// length `focal` pixels, to the sky vectors: the orthogonal factor of sum(S u^T), by Newton's
-// iteration X = (X + X^-T) / 2. R[i][j] is row i, column j; S = R u.
-Matrix3 BestRotation(Context& c, const std::vector<PlateStar>& stars, double focal) {
+// length `focal` pixels, to the sky vectors `sky` of the stars: the orthogonal factor of sum(S u^T),
+// by Newton's iteration X = (g X + X^-T / g) / 2. The factor g, from the norms of X and its inverse,
+// keeps the steps few even for a narrow field, whose sum is nearly of rank one. R[i][j] is row i,
+// column j; S = R u.
+Matrix3 BestRotation(Context& c, const std::vector<PlateStar>& stars, const std::vector<Vector3>& sky,
+                     double focal) {
     Matrix3 h{};
     const double cx = c.gAnchoImagen / 2, cy = c.gAltoImagen / 2;
-    for (const PlateStar& star : stars) {
-        const double p = star.x - cx, q = star.y - cy, n = std::sqrt(p * p + q * q + focal * focal);
-        Vector3 s = SkyVector(c, star.ra, star.dec);
-        const double uu[3] = {p / n, q / n, focal / n}, ss[3] = {s.x, s.y, s.z};
+    for (size_t k = 0; k < stars.size(); ++k) {
+        const double p = stars[k].x - cx, q = stars[k].y - cy, n = std::sqrt(p * p + q * q + focal * focal);
+        const double uu[3] = {p / n, q / n, focal / n}, ss[3] = {sky[k].x, sky[k].y, sky[k].z};
         for (int i = 0; i < 3; ++i)
             for (int j = 0; j < 3; ++j)
                 h[i][j] += ss[i] * uu[j];
     }
-    for (int round = 0; round < 30; ++round) {
+    bool scaled = true;
+    for (int round = 0; round < 60; ++round) {
         const Matrix3 t = InverseTranspose(h);
+        const double g = scaled ? std::sqrt(Frobenius(t) / Frobenius(h)) : 1;
+        double change = 0;
         for (int i = 0; i < 3; ++i)
-            for (int j = 0; j < 3; ++j)
-                h[i][j] = (h[i][j] + t[i][j]) / 2;
+            for (int j = 0; j < 3; ++j) {
+                const double v = (g * h[i][j] + t[i][j] / g) / 2;
+                change += (v - h[i][j]) * (v - h[i][j]);
+                h[i][j] = v;
+            }
+        // Near the rotation the plain step converges fastest; the norm of a rotation is sqrt 3.
+        if (change < 1e-4) scaled = false;
+        if (change < 1e-28) break;
     }
     return h;
 }
@@ -121,17 +140,18 @@ Matrix3 BestRotation(Context& c, const std::vector<PlateStar>& stars, double foc
 // The focal length (pixels) that best carries the stars' offsets from the centre onto the gnomonic
 // projection of their sky vectors about the axis of `r`: least squares of (p, q) / f against
 // (xi, eta). `focal` when the stars hold no spread about the centre.
-double BestFocal(Context& c, const std::vector<PlateStar>& stars, const Matrix3& r, double focal) {
+double BestFocal(Context& c, const std::vector<PlateStar>& stars, const std::vector<Vector3>& sky,
+                 const Matrix3& r, double focal) {
     const double cx = c.gAnchoImagen / 2, cy = c.gAltoImagen / 2;
     double along = 0, square = 0;
-    for (const PlateStar& star : stars) {
-        Vector3 s = SkyVector(c, star.ra, star.dec);
+    for (size_t k = 0; k < stars.size(); ++k) {
+        const Vector3& s = sky[k];
         // The star in the camera's frame: R^T S.
         const double u = r[0][0] * s.x + r[1][0] * s.y + r[2][0] * s.z;
         const double v = r[0][1] * s.x + r[1][1] * s.y + r[2][1] * s.z;
         const double w = r[0][2] * s.x + r[1][2] * s.y + r[2][2] * s.z;
         if (w <= 0) continue;
-        const double p = star.x - cx, q = star.y - cy;
+        const double p = stars[k].x - cx, q = stars[k].y - cy;
         along += p * u / w + q * v / w;
         square += p * p + q * q;
     }
@@ -143,11 +163,15 @@ double BestFocal(Context& c, const std::vector<PlateStar>& stars, const Matrix3&
 // a few rounds settle any scale error a search can tolerate.
 void FitSimilarity(Context& c, const std::vector<PlateStar>& stars, PlateMatrix& plate) {
     FpCheck fp;
+    std::vector<Vector3> sky;
+    sky.reserve(stars.size());
+    for (const PlateStar& star : stars)
+        sky.push_back(SkyVector(c, star.ra, star.dec));
     double focal = c.gFocalEnPixeles;
-    Matrix3 r = BestRotation(c, stars, focal);
+    Matrix3 r = BestRotation(c, stars, sky, focal);
     for (int round = 0; round < 4 && stars.size() >= 2; ++round) {
-        focal = BestFocal(c, stars, r, focal);
-        r = BestRotation(c, stars, focal);
+        focal = BestFocal(c, stars, sky, r, focal);
+        r = BestRotation(c, stars, sky, focal);
     }
     PlateMatrix solved = plate;
     // S = R (p, q, focal) ~ R diag(1, 1, focal / F) u, with u = (p, q, F) made unit; and S = u1 row1 +
