@@ -438,12 +438,35 @@ double FocalForAngle(double ax, double ay, double bx, double by, double halfWidt
     const double px = ax - halfWidth, py = ay - halfHeight, qx = bx - halfWidth, qy = by - halfHeight;
     const double target = angle * kDegree;
     if (!(target > 0) || target >= std::numbers::pi) return 0;
-    // The angle between (p, f) and (q, f) falls as f grows: bisection on the logarithm.
+    // The angle between (p, f) and (q, f). For a pair on either side of the centre it falls as f
+    // grows; for a pair on one side it first grows from the angle the two make at the centre, then
+    // falls, so that two focal lengths may give one angle.
     auto angleAt = [&](double f) {
         const double cx = py * f - f * qy, cy = f * qx - px * f, cz = px * qy - py * qx;
         return std::atan2(std::sqrt(cx * cx + cy * cy + cz * cz), px * qx + py * qy + f * f);
     };
-    double lo = 1e-3, hi = 1e10;
+    constexpr double kShortest = 1e-3, kLongest = 1e10;
+    // With u = f^2, (p.q + u)^2 = cos^2 (a + u)(b + u) is a quadratic in u, its terms written with the
+    // sine so that a narrow field's cosine near 1 loses nothing. Of its roots whose angle is the one
+    // asked (squaring adds the supplement's), the longer focal length: the narrower field, the likelier.
+    const double a = px * px + py * py, b = qx * qx + qy * qy, cross = px * qy - py * qx;
+    const double s2 = std::sin(target) * std::sin(target);
+    const double qa = s2, qb = -((px - qx) * (px - qx) + (py - qy) * (py - qy)) + s2 * (a + b),
+                 qc = -cross * cross + s2 * a * b;
+    const double disc = qb * qb - 4 * qa * qc;
+    double best = 0;
+    if (disc >= 0 && qa > 0) {
+        const double half = -(qb + std::copysign(std::sqrt(disc), qb)) / 2;
+        for (const double u : {half / qa, half != 0 ? qc / half : -1.0}) {
+            const double f = u > 0 ? std::sqrt(u) : 0;
+            if (f >= kShortest && f <= kLongest && std::fabs(angleAt(f) - target) <= 1e-9 * target)
+                best = std::max(best, f);
+        }
+    }
+    if (best > 0) return best;
+    // A root that rounding spoiled: bisection on the logarithm, where the angle falls through the one
+    // asked.
+    double lo = kShortest, hi = kLongest;
     if (angleAt(lo) < target || angleAt(hi) > target) return 0;
     for (int k = 0; k < 100 && hi / lo > 1 + 1e-12; ++k) {
         const double mid = std::sqrt(lo * hi);

@@ -29,7 +29,7 @@ bool BusquedaPorPatrones(Context& c);
 
 // The focal length (pixels) at which pixels a and b (square pixels, about the image centre
 // (halfWidth, halfHeight)) stand `angle` degrees apart seen through a pinhole; 0 when no focal length
-// gives that angle.
+// gives that angle. Off the centre two focal lengths may give it: the longer.
 double FocalForAngle(double ax, double ay, double bx, double by, double halfWidth, double halfHeight,
                      double angle);
 
