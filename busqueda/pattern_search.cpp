@@ -43,6 +43,9 @@ constexpr size_t kCheckImageStars = 120, kCheckCatalogueStars = 80;
 // of them must fall on image stars besides the quad's own. Past the quads of the brightest image
 // stars the look is lean: the groups of three levels only, unsorted.
 constexpr size_t kFirstLookStars = 25;
+// Before that, past the quads of the brightest image stars, a glance at the stars of a single level
+// in view, the brightest of their cells: a false plate seldom puts one of them on an image star.
+constexpr size_t kGlanceStars = 16;
 constexpr int32_t kFirstLookMatches = 2;
 constexpr size_t kLeanGroups = 3, kAllGroups = 64;
 // Fields narrower or wider than these (degrees across) are not considered.
@@ -99,7 +102,7 @@ class Search {
   private:
     bool TryQuad(const std::array<size_t, 4>& members, double positionError);
     bool TryHit(const Quad& quad, const std::array<size_t, 4>& members, const QuadHit& hit);
-    std::vector<uint32_t> StarsInView(size_t count, bool lean = false);
+    std::vector<uint32_t> StarsInView(size_t count, bool lean = false, size_t groups = 0);
     std::vector<Match> MatchField(const std::vector<uint32_t>& catalogue, size_t imageStars, double radius);
     double MatchRadius() const;
     bool Verify(const std::array<uint32_t, 4>& quadStars);
@@ -270,6 +273,8 @@ bool Search::TryHit(const Quad& quad, const std::array<size_t, 4>& members, cons
             return std::find(hit.stars.begin(), hit.stars.end(), m.star) == hit.stars.end();
         }));
     };
+    if (lean_ && others(MatchField(StarsInView(kGlanceStars, true, 1), checkStars_.size(), radius)) < 1)
+        return false;
     if (others(MatchField(StarsInView(kFirstLookStars, lean_), checkStars_.size(), radius)) <
         kFirstLookMatches)
         return false;
@@ -305,7 +310,7 @@ double Search::MatchRadius() const {
 // coarsest level that holds about three times as many in view, and the coarser ones. Lean, about
 // `count` stars, unsorted, of the coarsest level that holds as many: a level keeps the brightest of
 // each of its cells, so they are nearly the brightest, for a fraction of the reading.
-std::vector<uint32_t> Search::StarsInView(size_t count, bool lean) {
+std::vector<uint32_t> Search::StarsInView(size_t count, bool lean, size_t groups) {
     CoordenadasImagenAesfericas(c_, c_.gAnchoImagen / 2, c_.gAltoImagen / 2);
     const double ra = c_.mRAconvertida, dec = c_.mDECconvertida;
     const double scale = PlateScaleAtCentre(c_) / 3600;
@@ -313,7 +318,10 @@ std::vector<uint32_t> Search::StarsInView(size_t count, bool lean) {
     std::vector<uint32_t> near;
     const double wanted = (lean ? 1.5 : 3.0) * static_cast<double>(count);
     index_.StarsNear(LevelForStars(index_, 2 * halfField * halfField, wanted), ra, dec, halfField, near,
-                     false, lean ? kLeanGroups : kAllGroups);
+                     false,
+                     groups > 0 ? groups
+                     : lean     ? kLeanGroups
+                                : kAllGroups);
     if (!lean) BrightestFirst(near, 4 * count);
     const size_t most = lean ? 3 * count : count;
     std::vector<uint32_t> inside;
