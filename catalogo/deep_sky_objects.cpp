@@ -73,9 +73,9 @@ struct Record {
     std::string name;
 };
 
-bool ReadRecord(std::ifstream& in, int64_t n, Record& r) {
+// The record where the stream stands.
+bool ReadNext(std::ifstream& in, Record& r) {
     char bytes[kObjectRecordBytes];
-    in.seekg(static_cast<std::streamoff>(n) * static_cast<std::streamoff>(kObjectRecordBytes));
     if (!in.read(bytes, sizeof bytes)) return false;
     std::memcpy(&r.ra, bytes, 4);
     std::memcpy(&r.dec, bytes + 4, 4);
@@ -84,6 +84,11 @@ bool ReadRecord(std::ifstream& in, int64_t n, Record& r) {
     r.name.erase(r.name.find_last_not_of(' ') + 1);
     r.name.erase(0, std::min(r.name.size(), r.name.find_first_not_of(' ')));
     return true;
+}
+
+bool ReadRecord(std::ifstream& in, int64_t n, Record& r) {
+    in.seekg(static_cast<std::streamoff>(n) * static_cast<std::streamoff>(kObjectRecordBytes));
+    return ReadNext(in, r);
 }
 
 }  // namespace
@@ -106,7 +111,10 @@ bool ObjectsInImage(Context& c, const std::string& path, std::vector<ObjectInIma
             high = mid;
     }
     const PlateInverse inverse = InvertPlate(c.Cij);
-    for (int64_t n = low; n < count && ReadRecord(in, n, r) && r.dec <= l.decHigh; ++n) {
+    // From there on in order: a seek for every record would empty the stream's buffer each time.
+    in.clear();
+    in.seekg(static_cast<std::streamoff>(low) * static_cast<std::streamoff>(kObjectRecordBytes));
+    for (int64_t n = low; n < count && ReadNext(in, r) && r.dec <= l.decHigh; ++n) {
         if (!InPieces(l, r.ra)) continue;
         double x = 0, y = 0;
         if (SkyToPixel(c, inverse, r.ra, r.dec, x, y) && x >= 0 && y >= 0 && x <= c.gAnchoImagen &&
