@@ -21,15 +21,21 @@ namespace {
 
 constexpr double kRad = 3.14159265358979323846 / 180;
 
-void BM_ObjectsOnAnImage(benchmark::State& state) {
+// Points the context at $TORNEL_HOME's database; false, with the benchmark skipped, without one.
+bool OnTheDefaultDatabase(benchmark::State& state, Context& c) {
     const char* home = std::getenv("TORNEL_HOME");
     if (home == nullptr) {
         state.SkipWithError("needs TORNEL_HOME with the default database");
-        return;
+        return false;
     }
+    c.gCarpetaEstrellas = std::string(home) + "/database/";
+    return true;
+}
+
+void BM_ObjectsOnAnImage(benchmark::State& state) {
     QuietPlatform platform;
     Context c(platform);
-    c.gCarpetaEstrellas = std::string(home) + "/database/";
+    if (!OnTheDefaultDatabase(state, c)) return;
     std::mt19937 random(3);
     std::uniform_real_distribution<double> ra(0, 360), z(-1, 1);
     for (auto _ : state) {
@@ -45,14 +51,9 @@ BENCHMARK(BM_ObjectsOnAnImage)->Arg(1)->Arg(5)->Arg(20)->Unit(benchmark::kMillis
 // Every Show flag on, a safe pattern solution of 60 matched stars, the target on the image, the
 // guidance labels: what a redraw costs.
 void BM_SolutionRedrawn(benchmark::State& state) {
-    const char* home = std::getenv("TORNEL_HOME");
-    if (home == nullptr) {
-        state.SkipWithError("needs TORNEL_HOME with the default database");
-        return;
-    }
     QuietPlatform platform;
     Context c(platform);
-    c.gCarpetaEstrellas = std::string(home) + "/database/";
+    if (!OnTheDefaultDatabase(state, c)) return;
     c.gHaySolucion = c.gSolucionSegura = c.gAvisosGuiado = true;
     c.presentedRoad = SolutionRoad::Patterns;
     c.mAnioObs = 2024, c.mMesObs = 3, c.mDiaObs = 20;

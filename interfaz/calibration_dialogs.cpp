@@ -14,6 +14,7 @@
 #include "comun/numbers.h"
 #include "core/parametros.h"
 #include "core/timers.h"
+#include "interfaz/button_row.h"
 #include "interfaz/qt_text.h"
 
 namespace tornel {
@@ -148,11 +149,7 @@ FormCalibrar::FormCalibrar(Context& c, bool tres, QWidget* parent) : QDialog(par
     connect(rectangular_, &QRadioButton::toggled, this, &FormCalibrar::EnableEntries);
     connect(coordenadas_, &QRadioButton::toggled, this, &FormCalibrar::EnableEntries);
     connect(numeros_, &QRadioButton::clicked, this, &FormCalibrar::AskNumbers);
-    auto* buttons = new QHBoxLayout;
-    buttons->addStretch();
-    buttons->addWidget(calibrar_);
-    buttons->addWidget(guardar_);
-    buttons->addWidget(salir);
+    auto* buttons = ButtonRow({calibrar_, guardar_, salir});
 
     auto* steps = new QLabel(Text(c,
                                   "Las estrellas A, B" + std::string(tres ? " y C" : "") +
@@ -281,10 +278,7 @@ FormIDsEstrellas::FormIDsEstrellas(Context& c, int stars, QWidget* parent)
     auto* cancelar = Button(Text(c, "Cancelar", "Annuler", "Cancel"), "CommandoCancelar");
     connect(aceptar, &QPushButton::clicked, this, &FormIDsEstrellas::CommandoAceptar_Click);
     connect(cancelar, &QPushButton::clicked, this, &QDialog::reject);
-    auto* buttons = new QHBoxLayout;
-    buttons->addStretch();
-    buttons->addWidget(aceptar);
-    buttons->addWidget(cancelar);
+    auto* buttons = ButtonRow({aceptar, cancelar});
     layout->addLayout(buttons);
 }
 
@@ -378,10 +372,7 @@ FormBuscaInclinacion::FormBuscaInclinacion(Context& c, QWidget* parent) : QDialo
     auto* cancelar = Button(Text(c, "Cancelar", "Annuler", "Cancel"), "CommandoCancelar");
     connect(aceptar, &QPushButton::clicked, this, &FormBuscaInclinacion::CommandoAceptar_Click);
     connect(cancelar, &QPushButton::clicked, this, &QDialog::reject);
-    auto* buttons = new QHBoxLayout;
-    buttons->addStretch();
-    buttons->addWidget(aceptar);
-    buttons->addWidget(cancelar);
+    auto* buttons = ButtonRow({aceptar, cancelar});
 
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(grid);

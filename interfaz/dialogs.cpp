@@ -1,4 +1,5 @@
 #include "interfaz/dialogs.h"
+#include "interfaz/button_row.h"
 #include "interfaz/qt_text.h"
 
 #include <QDialogButtonBox>
@@ -140,10 +141,7 @@ FormCentroBusqueda::FormCentroBusqueda(Context& c, QWidget* parent) : QDialog(pa
     grid->addWidget(new QLabel("°"), 1, 4);
     grid->addWidget(minutosDE_, 1, 5);
     grid->addWidget(new QLabel("'"), 1, 6);
-    auto* buttons = new QHBoxLayout;
-    buttons->addStretch();
-    buttons->addWidget(aceptar_);
-    buttons->addWidget(cancelar_);
+    auto* buttons = ButtonRow({aceptar_, cancelar_});
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(title_);
     layout->addLayout(grid);
@@ -195,10 +193,7 @@ FormZonaBusqueda::FormZonaBusqueda(Context& c, QWidget* parent) : QDialog(parent
     auto* cancelar = new QPushButton(Q(Pick(c, "Cancelar", "Annuler", "Cancel")));
     connect(aceptar, &QPushButton::clicked, this, &FormZonaBusqueda::CommandoAceptar_Click);
     connect(cancelar, &QPushButton::clicked, this, &QDialog::reject);
-    auto* buttons = new QHBoxLayout;
-    buttons->addStretch();
-    buttons->addWidget(aceptar);
-    buttons->addWidget(cancelar);
+    auto* buttons = ButtonRow({aceptar, cancelar});
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(new QLabel(Q(Pick(c, "Seleccione los límites del anillo esférico de la búsqueda",
                                         "Choisissez les limites de l'anneau sphérique de la recherche",

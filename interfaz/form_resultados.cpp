@@ -8,6 +8,7 @@
 #include <QVBoxLayout>
 
 #include "comun/language.h"
+#include "interfaz/button_row.h"
 #include "interfaz/qt_text.h"
 #include "resultados/results_report.h"
 #include "resultados/resumen.h"
@@ -78,10 +79,7 @@ FormResultados::FormResultados(Context& c, QWidget* parent) : QDialog(parent), c
     auto* cancelar = new QPushButton(Q(Pick(c, "Cancelar", "Annuler", "Cancel")));
     cancelar->setObjectName("CommandoCancelar");
     connect(cancelar, &QPushButton::clicked, this, &QDialog::reject);
-    auto* buttons = new QHBoxLayout;
-    buttons->addStretch();
-    buttons->addWidget(grabar);
-    buttons->addWidget(cancelar);
+    auto* buttons = ButtonRow({grabar, cancelar});
     layout->addLayout(buttons);
 }
 
