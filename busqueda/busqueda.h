@@ -39,5 +39,7 @@ void WindowStep(Context& c, double ar, double a1, double a2, double angulo);
 // `angulo` (degrees), then the end of a search without rings and the pole caps the zone reaches. False,
 // ending the analysis with its message, when the window is too small for the zone.
 bool SweepZone30x30(Context& c, double angulo);
+// Tells that the search window leaves no window of the 30 x 30 degree zone, and ends the analysis.
+void ZoneWindowTooSmall(Context& c);
 
 }  // namespace tornel

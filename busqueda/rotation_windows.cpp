@@ -208,12 +208,7 @@ void SearchZone30x30WithRotation(Context& c) {
         if (!StartSearch(c)) return;
         const std::vector<AngleSearchWindow> windows = AngleSearchWindows(c);
         if (windows.empty()) {
-            MensajeIdioma(
-                c, "La ventana de búsqueda es demasiado pequeña para la opción 'Buscar en zona 30x30 grados'",
-                "La fenêtre de recherche est trop petite pour l'option 'Rechercher dans une zone de 30x30 "
-                "degrés'",
-                "The searching window is too small for the 'Search in a 30x30 degrees area' option");
-            c.mFinAnalisis = true;
+            ZoneWindowTooSmall(c);
             return;
         }
         const std::vector<double> angles = AngleSearchAngles(c);

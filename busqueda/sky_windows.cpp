@@ -300,6 +300,15 @@ void BusquedaEnZonaParalelo(Context& c) {
     });
 }
 
+void ZoneWindowTooSmall(Context& c) {
+    MensajeIdioma(c,
+                  "La ventana de búsqueda es demasiado pequeña para la opción 'Buscar en zona 30x30 grados'",
+                  "La fenêtre de recherche est trop petite pour l'option 'Rechercher dans une zone de 30x30 "
+                  "degrés'",
+                  "The searching window is too small for the 'Search in a 30x30 degrees area' option");
+    c.mFinAnalisis = true;
+}
+
 bool SweepZone30x30(Context& c, double angulo) {
     const int32_t d1 = std::max(ToLong(c.gCentroBusquedaDEC - 15), -90);
     int32_t d2 = std::min(ToLong(c.gCentroBusquedaDEC + 15), 89);
@@ -340,12 +349,7 @@ bool SweepZone30x30(Context& c, double angulo) {
     }
     list = GroupByRing(NearestFirst(std::move(list)));
     if (list.empty()) {
-        MensajeIdioma(
-            c, "La ventana de búsqueda es demasiado pequeña para la opción 'Buscar en zona 30x30 grados'",
-            "La fenêtre de recherche est trop petite pour l'option 'Rechercher dans une zone de 30x30 "
-            "degrés'",
-            "The searching window is too small for the 'Search in a 30x30 degrees area' option");
-        c.mFinAnalisis = true;
+        ZoneWindowTooSmall(c);
         return false;
     }
     for (const ZoneWindow& z : list) {
