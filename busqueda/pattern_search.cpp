@@ -309,7 +309,8 @@ double Search::MatchRadius() const {
 // The brightest `count` index stars that the plate in Cij puts on the image, brightest first: from the
 // coarsest level that holds about three times as many in view, and the coarser ones. Lean, about
 // `count` stars, unsorted, of the coarsest level that holds as many: a level keeps the brightest of
-// each of its cells, so they are nearly the brightest, for a fraction of the reading.
+// each of its cells, so they are nearly the brightest, for a fraction of the reading. `groups`, when
+// given, is how many levels are read.
 std::vector<uint32_t> Search::StarsInView(size_t count, bool lean, size_t groups) {
     CoordenadasImagenAesfericas(c_, c_.gAnchoImagen / 2, c_.gAltoImagen / 2);
     const double ra = c_.mRAconvertida, dec = c_.mDECconvertida;
@@ -317,11 +318,9 @@ std::vector<uint32_t> Search::StarsInView(size_t count, bool lean, size_t groups
     const double halfField = std::min(89.0, std::atan(HalfDiagonal(c_) * scale * kDegree) / kDegree * 1.05);
     std::vector<uint32_t> near;
     const double wanted = (lean ? 1.5 : 3.0) * static_cast<double>(count);
+    if (groups == 0) groups = lean ? kLeanGroups : kAllGroups;
     index_.StarsNear(LevelForStars(index_, 2 * halfField * halfField, wanted), ra, dec, halfField, near,
-                     false,
-                     groups > 0 ? groups
-                     : lean     ? kLeanGroups
-                                : kAllGroups);
+                     false, groups);
     if (!lean) BrightestFirst(near, 4 * count);
     const size_t most = lean ? 3 * count : count;
     std::vector<uint32_t> inside;

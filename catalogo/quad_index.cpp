@@ -268,7 +268,8 @@ void QuadIndex::StarsNear(size_t level, double ra, double dec, double radius, st
         const QuadLevel& g = levels_[l];
         auto scan = [&](int32_t zone, double from, double to) {
             const ZoneDirectory& z = Zone(l, zone);
-            const double band = std::clamp(std::floor(from / 360 * kRaBands), 0.0, kRaBands - 1.0);
+            // (A right ascension that is no number starts at the zone's first band.)
+            const double band = from > 0 ? std::min(std::floor(from / 360 * kRaBands), kRaBands - 1.0) : 0;
             for (uint64_t k = z.begin + z.bands[static_cast<size_t>(band)]; k < z.end; ++k) {
                 const auto n = static_cast<uint32_t>(g.firstStar + k);
                 const IndexStar s = Star(n);
