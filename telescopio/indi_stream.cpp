@@ -6,6 +6,7 @@
 
 #include <charconv>
 #include <cstring>
+#include <utility>
 
 #include "telescopio/link_wait.h"
 
@@ -54,6 +55,9 @@ struct IndiStream::Parser {
     int depth = 0;
     std::string device, vector, member, text;
     bool inVector = false, inMember = false;
+    // Bytes given to expat, and where its last event ended: what lies between is held by expat.
+    int64_t fed = 0, lastEvent = 0;
+    std::string refusal;  // why the stream was stopped from a handler
 
     explicit Parser(std::map<std::string, IndiDevice>& d) : devices(&d) {
         xml = XML_ParserCreate(nullptr);
@@ -62,12 +66,24 @@ struct IndiStream::Parser {
         XML_SetCharacterDataHandler(xml, &Parser::Characters);
         static const char root[] = "<INDI>";
         XML_Parse(xml, root, sizeof root - 1, XML_FALSE);
+        fed = sizeof root - 1;
     }
     ~Parser() { XML_ParserFree(xml); }
 
+    // Stops expat from inside a handler, which must not throw through it; Feed throws.
+    void Refuse(std::string why) {
+        if (refusal.empty()) refusal = std::move(why);
+        XML_StopParser(xml, XML_FALSE);
+    }
+
+    void Seen() { lastEvent = XML_GetCurrentByteIndex(xml) + XML_GetCurrentByteCount(xml); }
+
     static void Start(void* data, const XML_Char* name, const XML_Char** attributes) {
         auto* p = static_cast<Parser*>(data);
-        ++p->depth;
+        p->Seen();
+        if (++p->depth > kMaxIndiDepth)
+            return p->Refuse("The INDI server sent elements nested deeper than " +
+                             std::to_string(kMaxIndiDepth) + ".");
         if (p->depth == 2) p->StartTop(name, attributes);
         if (p->depth == 3 && p->inVector) {
             p->member = Attribute(attributes, "name");
@@ -103,6 +119,7 @@ struct IndiStream::Parser {
 
     static void End(void* data, const XML_Char*) {
         auto* p = static_cast<Parser*>(data);
+        p->Seen();
         if (p->depth == 3 && p->inMember) {
             (*p->devices)[p->device].vectors[p->vector].members[p->member] = Trim(p->text);
             p->inMember = false;
@@ -113,7 +130,12 @@ struct IndiStream::Parser {
 
     static void Characters(void* data, const XML_Char* s, int length) {
         auto* p = static_cast<Parser*>(data);
-        if (p->inMember) p->text.append(s, static_cast<size_t>(length));
+        p->Seen();
+        if (!p->inMember) return;
+        if (p->text.size() + static_cast<size_t>(length) > kMaxIndiText)
+            return p->Refuse("The INDI server sent a member's text longer than " +
+                             std::to_string(kMaxIndiText) + " bytes.");
+        p->text.append(s, static_cast<size_t>(length));
     }
 };
 
@@ -127,10 +149,20 @@ void IndiStream::Feed(std::string_view data) {
     constexpr size_t kPiece = 1 << 20;
     for (size_t at = 0; at < data.size(); at += kPiece) {
         const std::string_view piece = data.substr(at, kPiece);
-        if (XML_Parse(parser_->xml, piece.data(), static_cast<int>(piece.size()), XML_FALSE) ==
-            XML_STATUS_ERROR)
+        Parser& p = *parser_;
+        const bool failed =
+            XML_Parse(p.xml, piece.data(), static_cast<int>(piece.size()), XML_FALSE) == XML_STATUS_ERROR;
+        p.fed += static_cast<int64_t>(piece.size());
+        if (!p.refusal.empty()) throw LinkError(p.refusal);
+        if (failed)
             throw LinkError(std::string("The INDI server sent malformed XML (") +
-                            XML_ErrorString(XML_GetErrorCode(parser_->xml)) + ").");
+                            XML_ErrorString(XML_GetErrorCode(p.xml)) + ").");
+        if (p.fed - p.lastEvent > static_cast<int64_t>(kMaxIndiPending)) {
+            p.refusal =
+                "The INDI server sent a tag longer than " + std::to_string(kMaxIndiPending) + " bytes.";
+            XML_StopParser(p.xml, XML_FALSE);
+            throw LinkError(p.refusal);
+        }
     }
 }
 

@@ -23,14 +23,21 @@ struct IndiDevice {
     std::vector<std::string> messages;  // in order of arrival
 };
 
-// One server's stream, cut anywhere: what it defines lands in `devices`.
+// One server's stream, cut anywhere: what it defines lands in `devices`. A server that sends what no
+// INDI server sends (a member's text past kMaxIndiText, elements nested past kMaxIndiDepth, a single
+// tag or attribute past kMaxIndiPending bytes) is refused, so that it cannot grow memory without bound.
+inline constexpr size_t kMaxIndiText = size_t{1} << 20;
+inline constexpr int kMaxIndiDepth = 32;
+inline constexpr size_t kMaxIndiPending = size_t{1} << 20;
+
 class IndiStream {
   public:
     explicit IndiStream(std::map<std::string, IndiDevice>& devices);
     ~IndiStream();
     IndiStream(const IndiStream&) = delete;
     IndiStream& operator=(const IndiStream&) = delete;
-    // The next bytes; LinkError when they are not well-formed XML, after which the stream is spent.
+    // The next bytes; LinkError when they are not well-formed XML or pass a limit above, after which the
+    // stream is spent.
     void Feed(std::string_view data);
 
   private:
