@@ -51,9 +51,9 @@ bool ReadBmp(const std::string& path, RowOrder order, Picture& out, int64_t maxP
 bool ReadJpg(const std::string& path, RowOrder order, Picture& out, int64_t maxPixels = kMaxImagePixels);
 // PNG through libpng: grey, palette and colour, any alpha dropped; 1 to 8-bit samples give `pixels`,
 // 16-bit ones `levels16`. Gamma is not applied: the samples are the sensor's counts.
-bool ReadPng(const std::string& path, RowOrder order, Picture& out);
+bool ReadPng(const std::string& path, RowOrder order, Picture& out, int64_t maxPixels = kMaxImagePixels);
 // TIFF through libtiff: 16-bit unsigned grey or RGB (strips or tiles) give `levels16`; every kind
 // libtiff turns into 8-bit RGBA gives `pixels`. Other sample formats (floating point) are refused.
-bool ReadTiff(const std::string& path, RowOrder order, Picture& out);
+bool ReadTiff(const std::string& path, RowOrder order, Picture& out, int64_t maxPixels = kMaxImagePixels);
 
 }  // namespace tornel

@@ -134,14 +134,14 @@ bool ReadRgba(TIFF* tif, const Layout& l, RowOrder order, Picture& out) {
 
 }  // namespace
 
-bool ReadTiff(const std::string& path, RowOrder order, Picture& out) {
+bool ReadTiff(const std::string& path, RowOrder order, Picture& out, int64_t maxPixels) {
     out = Picture{};
     TiffHandle tif = Open(path);
     if (!tif) return false;
     Layout l = ReadLayout(tif.get());
     out.width = static_cast<int32_t>(l.width);
     out.height = static_cast<int32_t>(l.height);
-    if (ImageTooLarge(l.width, l.height)) return false;
+    if (ImageTooLarge(l.width, l.height, maxPixels)) return false;
     if (l.width == 0 || l.height == 0) return true;
     if (l.format != SAMPLEFORMAT_UINT && l.format != SAMPLEFORMAT_INT) {
         out = Picture{};

@@ -14,7 +14,7 @@ seconds="$2"
 shift 2
 targets=("$@")
 [ ${#targets[@]} -eq 0 ] &&
-    targets=(fuzz_fits fuzz_bmp fuzz_jpg fuzz_param fuzz_message fuzz_telescop fuzz_indi fuzz_alpaca fuzz_chart
+    targets=(fuzz_fits fuzz_bmp fuzz_jpg fuzz_png fuzz_tiff fuzz_param fuzz_message fuzz_telescop fuzz_indi fuzz_alpaca fuzz_chart
              fuzz_quads fuzz_stars fuzz_objects fuzz_triangles fuzz_pole fuzz_regions fuzz_rings)
 
 # The source files whose edges count as the target's reader.
@@ -23,6 +23,8 @@ readers() {
         fuzz_fits) echo "imagen/fits_header.cpp imagen/fits_cards.cpp imagen/pixel/fit" ;;
         fuzz_bmp) echo "imagen/bmp_reader.cpp" ;;
         fuzz_jpg) echo "imagen/jpg_reader.cpp" ;;
+        fuzz_png) echo "imagen/png_reader.cpp" ;;
+        fuzz_tiff) echo "imagen/tiff_reader.cpp" ;;
         fuzz_param) echo "core/parametros.cpp" ;;
         fuzz_message) echo "automatizacion/mensajes.cpp automatizacion/comandos.cpp automatizacion/mailbox_files.cpp automatizacion/buzon.cpp" ;;
         fuzz_telescop) echo "telescopio/telescope_setups.cpp" ;;
