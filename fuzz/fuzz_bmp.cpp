@@ -1,4 +1,4 @@
-// The BMP reader, in both row orders (the last bit of the length chooses). A million pixels at most:
+// The BMP reader, in both row orders (the last bit of the length chooses). 512 x 512 pixels at most:
 // every layout and run is reached as well, and an input that claims the engine's gigabyte would
 // spend the fuzzer's time filling memory.
 #include "fuzz/fuzz_support.h"

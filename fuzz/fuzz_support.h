@@ -14,7 +14,7 @@
 namespace tornel::fuzz {
 
 // The picture readers' limit in the fuzz targets, in place of the engine's 134 million pixels.
-inline constexpr int64_t kMaxPicturePixels = int64_t{1} << 20;
+inline constexpr int64_t kMaxPicturePixels = int64_t{1} << 18;
 
 class SilentPlatform : public QuietPlatform {
   public:

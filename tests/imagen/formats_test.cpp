@@ -545,5 +545,17 @@ TEST_F(Formats, PngTextChunksAreSkippedUnread) {
     EXPECT_EQ(picture.pixels.size(), 12U);
 }
 
+// A 16-bit TIFF of more samples a pixel than colour and alpha is refused before its samples are
+// allocated, since each one multiplies the memory of the picture.
+TEST_F(Formats, SixteenBitTiffOfFiveSamplesAPixelIsRefused) {
+    Picture picture;
+    const std::string colour = p.home.File("colour.tif"), five = p.home.File("five.tif");
+    WriteTiff(colour, Gradient(3, 16, 100), false, false);
+    WriteTiff(five, Gradient(5, 16, 100), false, false);
+    EXPECT_TRUE(ReadTiff(colour, RowOrder::TopFirst, picture));
+    EXPECT_FALSE(ReadTiff(five, RowOrder::TopFirst, picture));
+    EXPECT_TRUE(picture.levels16.empty());
+}
+
 }  // namespace
 }  // namespace tornel
