@@ -49,8 +49,9 @@ for t in "${targets[@]}"; do
     [ -f "$root/fuzz/dict/$t.dict" ] && dict=(-dict="$root/fuzz/dict/$t.dict")
     log="$build/fuzz-logs/$t.log"
     # The picture targets read with a lower limit than the engine's gigabyte and a FITS file must hold
-    # the data it claims, so no input should take seconds: one that does is a hang.
-    nice -n 10 "$build/fuzz/$t" -max_total_time="$seconds" -timeout=30 -rss_limit_mb=4096 \
+    # the data it claims, so no input should take seconds (one that does is a hang) and none should
+    # make a single allocation of hundreds of megabytes (one that does is a limit a file can bypass).
+    nice -n 10 "$build/fuzz/$t" -max_total_time="$seconds" -timeout=30 -rss_limit_mb=4096 -malloc_limit_mb=512 \
         -print_final_stats=1 -print_coverage=1 -artifact_prefix="$build/fuzz-faults/$t-" "${dict[@]}" \
         "$corpus" "$root/fuzz/corpus/$t" >"$log" 2>&1
     status=$?
