@@ -66,8 +66,11 @@ double NormalisedRa(double ra) {
 int CellsCovered(const std::vector<SipStar>& stars, double width, double height) {
     std::array<bool, 9> held{};
     for (const SipStar& s : stars) {
+        // A bad number holds no cell; the fit refuses it later. Clamped before the conversion, which
+        // is undefined for a value out of the int's range.
+        if (!std::isfinite(s.x) || !std::isfinite(s.y)) continue;
         auto cell = [](double at, double side) {
-            return std::clamp(static_cast<int>(std::floor((at - 0.5) / side * 3)), 0, 2);
+            return static_cast<int>(std::clamp(std::floor((at - 0.5) / side * 3), 0.0, 2.0));
         };
         held[static_cast<size_t>(3 * cell(s.y, height) + cell(s.x, width))] = true;
     }

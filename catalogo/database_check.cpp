@@ -99,17 +99,16 @@ DatabaseFileFault CheckDatabaseFile(const std::string& path, DatabaseFileLayout 
 int RefuseDamagedDatabaseFiles(Context& c) {
     int damaged = 0;
     // Answers whether the file is damaged, telling it when it is.
-    auto check = [&](const std::string& folder, const std::string& name, DatabaseFileLayout layout) {
-        if (!DatabaseFileExists(folder, name)) return false;
-        const std::string path = DatabaseFilePath(folder, name);
+    auto check = [&](const DatabaseFolder& folder, const std::string& name, DatabaseFileLayout layout) {
+        const std::string path = folder.Find(name);
+        if (path.empty()) return false;
         const DatabaseFileFault fault = CheckDatabaseFile(path, layout);
         if (!fault.Found()) return false;
         TellDamaged(c, path, fault);
         ++damaged;
         return true;
     };
-    const std::string& s = c.gCarpetaEstrellas;
-    const std::string& d = c.gCarpetaDistancias;
+    const DatabaseFolder s(c.gCarpetaEstrellas), d(c.gCarpetaDistancias);
     bool one = check(s, "est.bin", DatabaseFileLayout::Stars);
     one = check(s, "region.bin", DatabaseFileLayout::Regions) || one;
     one = check(d, "pole000.bin", DatabaseFileLayout::Pole) || one;

@@ -74,6 +74,22 @@ void EndForMissing(Context& c, const std::string& path, Txt summaryEs, Txt summa
 
 }  // namespace
 
+DatabaseFolder::DatabaseFolder(const std::string& folder) : folder_(folder) {
+    std::error_code ec;
+    for (const auto& entry : fs::directory_iterator(folder, ec)) {
+        if (!entry.is_regular_file(ec)) continue;
+        const std::string name = entry.path().filename().string();
+        exact_.insert(name);
+        byLowerName_.emplace(ToLower(name), name);
+    }
+}
+
+std::string DatabaseFolder::Find(const std::string& name) const {
+    if (exact_.count(name)) return folder_ + name;
+    const auto found = byLowerName_.find(ToLower(name));
+    return found == byLowerName_.end() ? std::string{} : folder_ + found->second;
+}
+
 std::string DatabaseFilePath(const std::string& folder, const std::string& name) {
     std::string found = MatchingFile(folder, name);
     return found.empty() ? folder + name : found;
@@ -84,17 +100,18 @@ bool DatabaseFileExists(const std::string& folder, const std::string& name) {
 }
 
 void CompruebaFicherosBDs(Context& c) {
-    auto test = [&](int base, int kind, const std::string& folder, const char* name) {
-        c.gFicherosBD[base][kind] = DatabaseFileExists(folder, name) ? 1 : 0;
+    const DatabaseFolder stars(c.gCarpetaEstrellas), rings(c.gCarpetaDistancias);
+    auto test = [&](int base, int kind, const DatabaseFolder& folder, const char* name) {
+        c.gFicherosBD[base][kind] = folder.Has(name) ? 1 : 0;
     };
-    test(1, kStarsFile, c.gCarpetaEstrellas, "est.bin");
-    test(1, kObjectsFile, c.gCarpetaEstrellas, "pgc.bin");
-    test(1, kDistancesFile, c.gCarpetaDistancias, "ani090.bin");
-    test(1, kPole000, c.gCarpetaDistancias, "pole000.bin");
-    test(1, kPole179, c.gCarpetaDistancias, "pole179.bin");
-    test(2, kStarsFile, c.gCarpetaEstrellas, "estDEC_ID1x1g.bin");
-    test(2, kObjectsFile, c.gCarpetaEstrellas, "pgc.bin");
-    test(2, kDistancesFile, c.gCarpetaDistancias, "tri2g02.bin");
+    test(1, kStarsFile, stars, "est.bin");
+    test(1, kObjectsFile, stars, "pgc.bin");
+    test(1, kDistancesFile, rings, "ani090.bin");
+    test(1, kPole000, rings, "pole000.bin");
+    test(1, kPole179, rings, "pole179.bin");
+    test(2, kStarsFile, stars, "estDEC_ID1x1g.bin");
+    test(2, kObjectsFile, stars, "pgc.bin");
+    test(2, kDistancesFile, rings, "tri2g02.bin");
 }
 
 void AvisosBD(Context& c, int base) {

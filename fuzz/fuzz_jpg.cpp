@@ -1,4 +1,4 @@
-// The JPG intake through libjpeg-turbo.
+// The JPG intake through libjpeg-turbo, with the BMP target's lower limit of pixels.
 #include "fuzz/fuzz_support.h"
 #include "imagen/picture_files.h"
 
@@ -7,6 +7,6 @@ using namespace tornel;
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Picture picture;
     ReadJpg(fuzz::WriteScratch("image.jpg", data, size),
-            size % 2 ? RowOrder::TopFirst : RowOrder::BottomFirst, picture);
+            size % 2 ? RowOrder::TopFirst : RowOrder::BottomFirst, picture, fuzz::kMaxPicturePixels);
     return 0;
 }

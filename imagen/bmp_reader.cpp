@@ -204,7 +204,7 @@ bool DecodeRunLength(const Layout& l, const std::vector<unsigned char>& s, RowOr
 
 }  // namespace
 
-bool ReadBmp(const std::string& path, RowOrder order, Picture& out) {
+bool ReadBmp(const std::string& path, RowOrder order, Picture& out, int64_t maxPixels) {
     out = Picture{};
     std::ifstream in(path, std::ios::binary);
     if (!in) return false;
@@ -216,7 +216,7 @@ bool ReadBmp(const std::string& path, RowOrder order, Picture& out) {
     out.width = l.width;
     out.height = l.height;
     if (l.width == 0 || l.height == 0) return true;
-    if (ImageTooLarge(l.width, l.height)) return false;
+    if (ImageTooLarge(l.width, l.height, maxPixels)) return false;
 
     if (l.compression == kRle8 || l.compression == kRle4) {
         if (l.dataOffset >= fileSize) return false;

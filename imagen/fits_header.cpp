@@ -1,6 +1,7 @@
 // The FITS header of the image and the reading of its data.
 #include <cmath>
 #include <cstdint>
+#include <filesystem>
 #include <fstream>
 #include <string>
 
@@ -18,6 +19,8 @@ namespace {
 
 constexpr size_t kCard = 80;
 constexpr int32_t kBlock = 2880;
+// lee_fit's answer for a file that ends before its data does.
+constexpr int32_t kShortFitsData = 2;
 
 // The value without its trailing blanks: what "longer than 5 characters" measures.
 size_t ValueLength(const std::string& v) {
@@ -240,6 +243,17 @@ void CargaFit(Context& c) {
         int64_t offset = static_cast<int64_t>(bloques) * kBlock;
         if (offset > INT32_MAX) Raise(kErrOverflow);
         const auto w = static_cast<size_t>(c.gPixelesX), h = static_cast<size_t>(c.gPixelesY);
+        auto failed = [&](int32_t result) {
+            c.mFinAnalisis = true;
+            std::string n = std::to_string(result);
+            ParaResumen(c, "Error " + n + " in lee_fit.");
+            VisuTitulo(c, "Error " + n + " in lee_fit de CargaFit");
+        };
+        // A file too short for the size its header claims fails as the pixel library would, but
+        // before the image's memory is taken: a few hundred bytes may claim a gigabyte.
+        std::error_code ec;
+        const auto length = std::filesystem::file_size(c.gRutaImagen, ec);
+        if (!ec && length < static_cast<uintmax_t>(offset) + 2 * w * h) return failed(kShortFitsData);
         ReallocateZeroed(c.mContorno, (w + 1) * (h + 1));
         c.contourMarkBase = 0;
         ReallocateZeroed(c.mBrillo, (w + 1) * (h + 1));
@@ -253,13 +267,7 @@ void CargaFit(Context& c) {
         else
             result = lee_fit_con_signo_2(c.gRutaImagen.c_str(), static_cast<int32_t>(offset), ancho, alto,
                                          c.mImagenFit.data(), c.gImagenInvertida);
-        if (result > 0) {
-            c.mFinAnalisis = true;
-            std::string n = std::to_string(result);
-            ParaResumen(c, "Error " + n + " in lee_fit.");
-            VisuTitulo(c, "Error " + n + " in lee_fit de CargaFit");
-            return;
-        }
+        if (result > 0) return failed(result);
         BrightnessOfSixteenBitImage(c, ancho, alto);
     });
 }

@@ -12,8 +12,8 @@ inline constexpr int64_t kMaxImagePixels = kMaxImageBytes / kImageBytesPerPixel;
 // The pixel library takes 16-bit sizes.
 inline constexpr int64_t kMaxImageSide = 32767;
 
-inline bool ImageTooLarge(int64_t width, int64_t height) {
-    return width > 0 && height > 0 && width > kMaxImagePixels / height;
+inline bool ImageTooLarge(int64_t width, int64_t height, int64_t maxPixels = kMaxImagePixels) {
+    return width > 0 && height > 0 && width > maxPixels / height;
 }
 
 }  // namespace tornel

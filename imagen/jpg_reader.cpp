@@ -31,7 +31,7 @@ void OnMessage(j_common_ptr info, int level) {
 }
 
 // No object with a destructor lives in this frame: longjmp may leave it from inside the library.
-bool Decode(FILE* file, RowOrder order, Picture& out) {
+bool Decode(FILE* file, RowOrder order, int64_t maxPixels, Picture& out) {
     jpeg_decompress_struct info;
     ErrorManager errors;
     info.err = jpeg_std_error(&errors.pub);
@@ -44,7 +44,7 @@ bool Decode(FILE* file, RowOrder order, Picture& out) {
     jpeg_create_decompress(&info);
     jpeg_stdio_src(&info, file);
     jpeg_read_header(&info, TRUE);
-    if (ImageTooLarge(info.image_width, info.image_height)) {
+    if (ImageTooLarge(info.image_width, info.image_height, maxPixels)) {
         out.width = static_cast<int32_t>(info.image_width);
         out.height = static_cast<int32_t>(info.image_height);
         jpeg_destroy_decompress(&info);
@@ -84,13 +84,13 @@ bool Decode(FILE* file, RowOrder order, Picture& out) {
 
 }  // namespace
 
-bool ReadJpg(const std::string& path, RowOrder order, Picture& out) {
+bool ReadJpg(const std::string& path, RowOrder order, Picture& out, int64_t maxPixels) {
     out = Picture{};
     PictureFile file(path);
     if (file.get() == nullptr) return false;
-    if (Decode(file.get(), order, out)) return true;
+    if (Decode(file.get(), order, maxPixels, out)) return true;
     // A size past the limit is told back; anything else leaves no picture.
-    if (!ImageTooLarge(out.width, out.height)) out = Picture{};
+    if (!ImageTooLarge(out.width, out.height, maxPixels)) out = Picture{};
     return false;
 }
 

@@ -46,6 +46,8 @@ struct Layout {
     }
 };
 
+constexpr uint16_t kMaxSamplesPerPixel = 4;
+
 Layout ReadLayout(TIFF* tif) {
     Layout l;
     TIFFGetField(tif, TIFFTAG_IMAGEWIDTH, &l.width);
@@ -62,6 +64,9 @@ Layout ReadLayout(TIFF* tif) {
 // The 16-bit samples of the picture in the machine's byte order, top row first: W x H x `perPixel`
 // samples, or, when the colours are stored apart, three planes of W x H one after the other.
 bool ReadSamples(TIFF* tif, const Layout& l, std::vector<uint16_t>& samples, size_t& perPixel) {
+    // Grey or colour, each perhaps with alpha: more samples a pixel would multiply the memory that
+    // the size limit allows, up to 65535 times.
+    if (l.samples > kMaxSamplesPerPixel) return false;
     const size_t w = l.width, h = l.height;
     const bool separate = l.planar == PLANARCONFIG_SEPARATE && l.samples > 1;
     perPixel = separate ? 1 : l.samples;
@@ -134,14 +139,14 @@ bool ReadRgba(TIFF* tif, const Layout& l, RowOrder order, Picture& out) {
 
 }  // namespace
 
-bool ReadTiff(const std::string& path, RowOrder order, Picture& out) {
+bool ReadTiff(const std::string& path, RowOrder order, Picture& out, int64_t maxPixels) {
     out = Picture{};
     TiffHandle tif = Open(path);
     if (!tif) return false;
     Layout l = ReadLayout(tif.get());
     out.width = static_cast<int32_t>(l.width);
     out.height = static_cast<int32_t>(l.height);
-    if (ImageTooLarge(l.width, l.height)) return false;
+    if (ImageTooLarge(l.width, l.height, maxPixels)) return false;
     if (l.width == 0 || l.height == 0) return true;
     if (l.format != SAMPLEFORMAT_UINT && l.format != SAMPLEFORMAT_INT) {
         out = Picture{};

@@ -76,6 +76,18 @@ for name, args in (("colour.jpg", [src] + corner + ["-quality", "80", "JPG:-"]),
                    ("progressive.jpg", [src] + corner + ["-interlace", "JPEG", "JPG:-"])):
     put("fuzz_jpg", name, magick(args))
 
+# PNG and TIFF: the same corner in the sample depths and layouts the readers take apart.
+rgb, grey = ["-type", "TrueColor"], ["-type", "Grayscale"]
+for name, fmt in (("grey8.png", grey + ["-depth", "8", "PNG:-"]), ("palette.png", ["PNG8:-"]),
+                  ("rgb8.png", rgb + ["PNG24:-"]),
+                  ("grey16.png", grey + ["-depth", "16", "-define", "png:bit-depth=16", "-define", "png:color-type=0", "PNG:-"]),
+                  ("rgba16.png", rgb + ["-alpha", "on", "PNG64:-"])):
+    put("fuzz_png", name, magick([src] + corner + fmt))
+for name, fmt in (("rgb8.tif", rgb + ["-depth", "8", "TIFF:-"]), ("grey16.tif", grey + ["-depth", "16", "TIFF:-"]),
+                  ("rgb16-tiles.tif", rgb + ["-depth", "16", "-define", "tiff:tile-geometry=16x16", "TIFF:-"]),
+                  ("lzw.tif", rgb + ["-depth", "8", "-compress", "LZW", "TIFF:-"])):
+    put("fuzz_tiff", name, magick([src] + corner + fmt))
+
 # param.txt as the program writes it, and a profile cut after its first ten parameters. Paths are
 # replaced by ones of no machine, so that nothing a target does reaches this machine's folders.
 text = b"".join(b"/home/observer/tornel/" + (b"\r\n" if line.endswith(b"\r\n") else b"\n") if line.startswith(b"/")

@@ -14,7 +14,7 @@ seconds="$2"
 shift 2
 targets=("$@")
 [ ${#targets[@]} -eq 0 ] &&
-    targets=(fuzz_fits fuzz_bmp fuzz_jpg fuzz_param fuzz_message fuzz_telescop fuzz_indi fuzz_alpaca fuzz_chart
+    targets=(fuzz_fits fuzz_bmp fuzz_jpg fuzz_png fuzz_tiff fuzz_param fuzz_message fuzz_telescop fuzz_indi fuzz_alpaca fuzz_chart
              fuzz_quads fuzz_stars fuzz_objects fuzz_triangles fuzz_pole fuzz_regions fuzz_rings)
 
 # The source files whose edges count as the target's reader.
@@ -23,6 +23,8 @@ readers() {
         fuzz_fits) echo "imagen/fits_header.cpp imagen/fits_cards.cpp imagen/pixel/fit" ;;
         fuzz_bmp) echo "imagen/bmp_reader.cpp" ;;
         fuzz_jpg) echo "imagen/jpg_reader.cpp" ;;
+        fuzz_png) echo "imagen/png_reader.cpp" ;;
+        fuzz_tiff) echo "imagen/tiff_reader.cpp" ;;
         fuzz_param) echo "core/parametros.cpp" ;;
         fuzz_message) echo "automatizacion/mensajes.cpp automatizacion/comandos.cpp automatizacion/mailbox_files.cpp automatizacion/buzon.cpp" ;;
         fuzz_telescop) echo "telescopio/telescope_setups.cpp" ;;
@@ -46,8 +48,10 @@ for t in "${targets[@]}"; do
     dict=()
     [ -f "$root/fuzz/dict/$t.dict" ] && dict=(-dict="$root/fuzz/dict/$t.dict")
     log="$build/fuzz-logs/$t.log"
-    # Images may claim up to the engine's limit of 1 GiB, which takes seconds to fill when instrumented.
-    nice -n 10 "$build/fuzz/$t" -max_total_time="$seconds" -timeout=60 -rss_limit_mb=4096 \
+    # The picture targets read with a lower limit than the engine's gigabyte and a FITS file must hold
+    # the data it claims, so no input should take seconds (one that does is a hang) and none should
+    # make a single allocation of hundreds of megabytes (one that does is a limit a file can bypass).
+    nice -n 10 "$build/fuzz/$t" -max_total_time="$seconds" -timeout=30 -rss_limit_mb=4096 -malloc_limit_mb=512 \
         -print_final_stats=1 -print_coverage=1 -artifact_prefix="$build/fuzz-faults/$t-" "${dict[@]}" \
         "$corpus" "$root/fuzz/corpus/$t" >"$log" 2>&1
     status=$?

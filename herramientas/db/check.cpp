@@ -276,7 +276,9 @@ void CheckTriangles(const std::vector<TriangleRecord>& tri, const std::vector<De
     if (!tri.empty()) stack.push_back({1, {{-1e30f, -1e30f, -1e30f}, {1e30f, 1e30f, 1e30f}, false}});
     filled = 0;
     while (!stack.empty()) {
-        auto [node, b] = stack.back();
+        // Named copies, not a structured binding: clang 14 cannot capture one in the lambdas below.
+        const size_t node = stack.back().first;
+        const Bounds b = stack.back().second;
         stack.pop_back();
         const auto& t = tri[node - 1];
         int level = 0;

@@ -90,6 +90,7 @@ TEST(DatabaseFileLengths, StartUpRefusesADamagedFileByNameAndKeepsItsDatabaseOut
     p.home.Write("stars/est.bin", std::string(12 * 4 + 7, '\0'));
     p.home.Write("stars/pgc.bin", std::string(38 * 2 + 1, '\0'));
     p.home.Write("rings/Ani090.bin", "");
+    p.home.Write("rings/ANI005.BIN", std::string(15, '\0'));  // named by a system that ignores case
     p.home.Write("rings/pole000.bin", PoleFile());
     p.home.Write("rings/pole179.bin", PoleFile(900));
     Form_Load(p.c, "");
@@ -100,6 +101,9 @@ TEST(DatabaseFileLengths, StartUpRefusesADamagedFileByNameAndKeepsItsDatabaseOut
                                       "number of 12-byte records.",
                                   "The database file " + rings +
                                       "pole179.bin is damaged: the bounds of its tiles lie past its end.",
+                                  "The database file " + rings +
+                                      "ANI005.BIN is damaged: its length, 15 bytes, is not a whole "
+                                      "number of 14-byte records.",
                                   "The database file " + stars +
                                       "pgc.bin is damaged: its length, 77 bytes, is not a whole number "
                                       "of 38-byte records."}));
@@ -113,6 +117,7 @@ TEST(DatabaseFileLengths, StartUpRefusesADamagedFileByNameAndKeepsItsDatabaseOut
     p.home.Write("stars/est.bin", std::string(12 * 4, '\0'));
     p.home.Write("stars/pgc.bin", "");
     p.home.Write("rings/pole179.bin", PoleFile());
+    p.home.Write("rings/ANI005.BIN", std::string(14, '\0'));
     Form_Load(again.c, "");
     EXPECT_TRUE(again.platform.messages.empty()) << again.platform.messages.front();
     EXPECT_TRUE(again.c.gBasesOK);

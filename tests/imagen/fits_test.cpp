@@ -313,6 +313,17 @@ TEST_F(Header, DataProblemsAreTheLibrarysErrors) {
     EXPECT_FALSE(p.Load(p.Write("cut.fit", bytes.substr(0, bytes.size() - 100))));
     EXPECT_TRUE(Says("Error 2 in lee_fit."));
 
+    // A header that claims 32000 x 4000 pixels over no data is refused the same way, before the
+    // 1 GiB that the image would take is allocated.
+    f.Set("NAXIS1", "32000");
+    f.Set("NAXIS2", "4000");
+    f.data = false;
+    EXPECT_FALSE(Load());
+    EXPECT_TRUE(Says("Error 2 in lee_fit."));
+    EXPECT_TRUE(c.mImagenFit.empty());
+    EXPECT_TRUE(c.mBrillo.empty());
+    f = FitsFile();
+
     f.peak = 140;
     EXPECT_FALSE(Load());
     EXPECT_TRUE(Says("Highest brightness < 50."));

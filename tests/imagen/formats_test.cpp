@@ -4,6 +4,7 @@
 #include <fitsio.h>
 #include <gtest/gtest.h>
 #include <png.h>
+#include <sys/resource.h>
 #include <tiffio.h>
 
 #include <cmath>
@@ -15,6 +16,7 @@
 
 #include "imagen/fits.h"
 #include "imagen/level_mapping.h"
+#include "imagen/picture_files.h"
 #include "tests/imagen/image_program.h"
 
 namespace tornel {
@@ -511,6 +513,48 @@ TEST_F(Formats, DamagedPngAndTiff) {
     EXPECT_FALSE(p.Load(p.Write("words.tif", "Not a picture at all, only words.")));
     EXPECT_EQ(c.gUltimoError, "Image not loaded.");
     EXPECT_TRUE(c.mFinAnalisis);
+}
+
+// Ancillary chunks are skipped unread: one of 200 KB does not stop the picture, and one that claims
+// 1.8 GB in a file of 44 bytes is not allocated (and zeroed) before the file ends.
+TEST_F(Formats, PngTextChunksAreSkippedUnread) {
+    auto chunk = [](const std::string& type, const std::string& data) {
+        return Be32(static_cast<uint32_t>(data.size())) + type + data + Be32(Crc32(type + data));
+    };
+    const std::string signature("\x89PNG\r\n\x1a\n", 8);
+    const std::string header = chunk("IHDR", Be32(4) + Be32(3) + std::string("\x08\0\0\0\0", 5));
+    const std::string claims = signature + header + Be32(0x70000000) + "tEXtabc";
+    ASSERT_EQ(claims.size(), 44U);
+    Picture picture;
+    auto peakKiB = [] {
+        rusage usage{};
+        getrusage(RUSAGE_SELF, &usage);
+        return usage.ru_maxrss;
+    };
+    const long before = peakKiB();
+    EXPECT_FALSE(ReadPng(p.Write("claims.png", claims), RowOrder::TopFirst, picture));
+    EXPECT_LT(peakKiB() - before, 256 * 1024);
+
+    const std::string path = p.home.File("picture.png");
+    WritePng(path, Gradient(1, 8, 2));
+    std::string png = p.home.Read("picture.png");
+    png.insert(signature.size() + header.size(),
+               chunk("tEXt", std::string("Comment\0", 8) + std::string(200000, 'x')));
+    EXPECT_TRUE(ReadPng(p.Write("noted.png", png), RowOrder::TopFirst, picture));
+    EXPECT_EQ(picture.width, 4);
+    EXPECT_EQ(picture.pixels.size(), 12U);
+}
+
+// A 16-bit TIFF of more samples a pixel than colour and alpha is refused before its samples are
+// allocated, since each one multiplies the memory of the picture.
+TEST_F(Formats, SixteenBitTiffOfFiveSamplesAPixelIsRefused) {
+    Picture picture;
+    const std::string colour = p.home.File("colour.tif"), five = p.home.File("five.tif");
+    WriteTiff(colour, Gradient(3, 16, 100), false, false);
+    WriteTiff(five, Gradient(5, 16, 100), false, false);
+    EXPECT_TRUE(ReadTiff(colour, RowOrder::TopFirst, picture));
+    EXPECT_FALSE(ReadTiff(five, RowOrder::TopFirst, picture));
+    EXPECT_TRUE(picture.levels16.empty());
 }
 
 }  // namespace

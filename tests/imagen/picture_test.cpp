@@ -2,6 +2,7 @@
 // by its extension, and damaged files that must end the analysis with a message.
 #include <gtest/gtest.h>
 
+#include "imagen/picture_files.h"
 #include "tests/imagen/image_program.h"
 
 namespace tornel {
@@ -297,6 +298,24 @@ TEST_F(Pictures, DamagedPicturesEndWithTheirMessage) {
         EXPECT_TRUE(c.mFinAnalisis) << k.name;
     }
     EXPECT_EQ(c.gUltimoError, "Image not loaded.");
+}
+
+// A caller may read with a lower limit than the engine's: a picture past it is refused with its size
+// and no pixels, one within it is read whole.
+TEST_F(Pictures, ALowerLimitRefusesLargerPicturesWithTheirSize) {
+    const std::string bmp = p.home.File("picture.bmp"), jpg = p.home.File("picture.jpg");
+    ASSERT_TRUE(render::WriteBmp(bmp, Gradient(), 24, render::BmpRows::BottomUp, 1.0));
+    ASSERT_TRUE(render::WriteJpg(jpg, Gradient(), 90, false, 1.0));
+    for (const auto& read : {ReadBmp, ReadJpg}) {
+        const std::string& path = read == ReadBmp ? bmp : jpg;
+        Picture picture;
+        EXPECT_FALSE(read(path, RowOrder::TopFirst, picture, 11)) << path;
+        EXPECT_EQ(picture.width, 4);
+        EXPECT_EQ(picture.height, 3);
+        EXPECT_TRUE(picture.pixels.empty());
+        EXPECT_TRUE(read(path, RowOrder::TopFirst, picture, 12)) << path;
+        EXPECT_EQ(picture.pixels.size(), 12U);
+    }
 }
 
 }  // namespace
